@@ -1,0 +1,33 @@
+#include "commands.h"
+
+#include <CLI/CLI.hpp>
+
+#include <exception>
+#include <iostream>
+
+namespace tav3d::tools
+{
+
+int run(int argc, const char* const* argv)
+{
+    CLI::App app{"Meshes, results and mappings of injection-moulding models"};
+    app.name("tav3d");
+    app.set_version_flag("--version", "tav3d " TAV3D_VERSION);
+    app.require_subcommand(1);
+    try
+    {
+        app.parse(argc, argv); // runs the chosen subcommand
+        return exitDone;
+    }
+    catch (const CLI::ParseError& error)
+    {
+        return app.exit(error) == 0 ? exitDone : exitWrongUsage;
+    }
+    catch (const std::exception& error)
+    {
+        std::cerr << "tav3d: error: " << error.what() << '\n';
+        return exitFailed;
+    }
+}
+
+} // namespace tav3d::tools
