@@ -1,0 +1,25 @@
+#!/usr/bin/env bash
+# Installs what the build and the tests need on Debian 12. Does nothing when all of it is there.
+set -euo pipefail
+
+packages=(
+  g++ cmake ninja-build pkg-config
+  libhdf5-dev libboost-dev libcli11-dev          # the product
+  libgtest-dev libgmock-dev libbenchmark-dev liblapack-dev # tests and benchmarks
+  python3 python3-numpy python3-scipy python3-h5py python3-vtk9 cgns-convert xvfb xauth # independent readers, pictures
+  clang-format clang-tidy                        # checks of the sources
+)
+
+missing=()
+for package in "${packages[@]}"; do
+  status=$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null || true)
+  [ "$status" = installed ] || missing+=("$package")
+done
+[ ${#missing[@]} -gt 0 ] || exit 0
+
+root=()
+[ "$(id -u)" -eq 0 ] || root=(sudo)
+echo "Installing: ${missing[*]}"
+export DEBIAN_FRONTEND=noninteractive
+"${root[@]}" apt-get update -qq
+"${root[@]}" apt-get install -y -qq --no-install-recommends "${missing[@]}" > /dev/null
