@@ -1,0 +1,314 @@
+#include "map_job.h"
+
+#include "KRNIO.h"
+#include "TAV3DCoolTools.h"
+#include "TAV3DResultEngine.h"
+#include "Tav3dQ7XMapping_Voxel2CutCell.h"
+#include "console.h"
+#include "opensuite/item_observer.h"
+
+#include <array>
+#include <chrono>
+#include <set>
+#include <stdexcept>
+#include <system_error>
+
+namespace fs = std::filesystem;
+
+namespace tav3d::tools
+{
+
+namespace
+{
+
+[[noreturn]] void fail(const fs::path& file, const std::string& reason)
+{
+    throw std::runtime_error(file.string() + ": " + reason);
+}
+
+/// "part_vox.q7f" for "part.q7f": the driver's rule, for a path whose file name has an extension.
+fs::path voxPathOf(const fs::path& file)
+{
+    return file.parent_path() / (file.stem().string() + "_vox" + file.extension().string());
+}
+
+void checkExtension(const fs::path& file)
+{
+    static const std::set<std::string> known{".q7f", ".q7p", ".q7c", ".q7hc", ".rsf", ".rsc"};
+    const std::string extension = file.extension().string();
+    if (extension.empty())
+        fail(file, "the file name has no extension; result files end in .q7f, .q7p, .q7c, .q7hc, .rsf or .rsc");
+    if (!known.contains(extension))
+        fail(file, "extension '" + extension + "' is none of .q7f, .q7p, .q7c, .q7hc, .rsf, .rsc (case matters)");
+}
+
+struct NodeCounts
+{
+    int voxel = 0;
+    int cutCell = 0;
+};
+
+NodeCounts nodeCountsOf(const std::string& meshFile)
+{
+    NodeCounts counts;
+    for (const bool voxel : {false, true})
+    {
+        KRNIO_Manipulator reader;
+        if (reader.beginReading(meshFile.c_str(), nullptr, voxel ? 1 : 0) < 0)
+            fail(meshFile, std::string("the ") + (voxel ? "voxel" : "cut-cell") + " mesh cannot be read");
+        (voxel ? counts.voxel : counts.cutCell) = reader.getNNode();
+        if (reader.getNNode() == 0)
+            fail(meshFile, std::string("the ") + (voxel ? "voxel" : "cut-cell") + " mesh has no nodes");
+    }
+    return counts;
+}
+
+/// The description of a result file; throws when it cannot be read.
+CBinaryInform describe(const fs::path& file)
+{
+    if (!fs::exists(file))
+        fail(file, "no such file");
+    CTAV3DResultReader_Manipulator reader;
+    if (const int code = reader.BeginReading(file.string().c_str(), nullptr); code < 0)
+    {
+        static constexpr std::array reasons{"cannot be opened", "cannot be opened", "its result table is not usable",
+                                            "is not a result file"};
+        fail(file, code >= -4 ? reasons[-code - 1] : "cannot be read");
+    }
+    CBinaryInform inform;
+    CBinaryWriteTools::GetBinaryInform(inform, reader, 0);
+    return inform;
+}
+
+/// A voxel result of this model, or a reason why it is not.
+void checkBelongsToModel(const fs::path& file, const CBinaryInform& inform, const NodeCounts& mesh)
+{
+    if (inform.m_nVoxelNode != mesh.voxel || inform.m_nCutCellNode != mesh.cutCell)
+        fail(file, "belongs to another model: it was made for " + std::to_string(inform.m_nVoxelNode) + " voxel and " +
+                       std::to_string(inform.m_nCutCellNode) + " cut-cell nodes, the mesh file has " + std::to_string(mesh.voxel) +
+                       " and " + std::to_string(mesh.cutCell));
+}
+
+void checkTarget(const fs::path& target, const CBinaryInform& inform)
+{
+    CTAV3DResultWriter_Manipulator probe; // dropped without an end: the target stays as it is
+    if (probe.BeginWriting(target.string().c_str(), nullptr, true) < 0)
+        fail(target, "cannot be written");
+
+    // Every item at most as long as the longer mesh, and room for the tables.
+    const auto nodes = static_cast<std::uintmax_t>(std::max(inform.m_nVoxelNode, inform.m_nCutCellNode));
+    const std::uintmax_t needed = inform.m_ResultItem.size() * nodes * sizeof(float) + 256 * 1024;
+    const fs::path folder = target.has_parent_path() ? target.parent_path() : fs::path(".");
+    std::error_code ignored;
+    const fs::space_info space = fs::space(folder, ignored);
+    if (!ignored && space.available < needed)
+        fail(target,
+             "not enough room on the disk: " + std::to_string(needed) + " bytes needed, " + std::to_string(space.available) + " available");
+}
+
+/// What one task has to start from.
+struct Start
+{
+    fs::path voxelFile;     ///< the voxel result
+    bool moveAside = false; ///< it stands under the result's name, and the driver moves it aside
+    CBinaryInform inform;   ///< its description
+    std::string note;
+};
+
+/// Finds the voxel data of a task. An in-place run that was interrupted, or is repeated, finds it under the "_vox" name.
+Start findStart(const MapTask& task, const NodeCounts& mesh)
+{
+    Start start;
+    start.voxelFile = task.source;
+    start.moveAside = task.inPlace();
+    const fs::path vox = voxPathOf(task.source);
+
+    if (task.inPlace() && !fs::exists(task.source) && fs::exists(vox))
+    {
+        // An earlier run was interrupted between moving aside and completion: take that step back.
+        start.inform = describe(vox);
+        checkBelongsToModel(vox, start.inform, mesh);
+        if (start.inform.m_bOnCutCellMesh)
+            fail(vox, "holds a result on the cut-cell mesh");
+        fs::rename(vox, task.source);
+        start.note = "found under its _vox name after an interrupted run";
+        return start;
+    }
+
+    start.inform = describe(task.source);
+    checkBelongsToModel(task.source, start.inform, mesh);
+    if (!start.inform.m_bOnCutCellMesh)
+        return start;
+
+    if (!task.inPlace() || !fs::exists(vox))
+        fail(task.source, "is a result on the cut-cell mesh already");
+    // Mapped before: its voxel data stands beside it, and is mapped again.
+    start.inform = describe(vox);
+    checkBelongsToModel(vox, start.inform, mesh);
+    if (start.inform.m_bOnCutCellMesh)
+        fail(task.source, "is a result on the cut-cell mesh already, and so is " + vox.string());
+    start.voxelFile = vox;
+    start.moveAside = false;
+    start.note = "was mapped before; mapped again from " + vox.string();
+    return start;
+}
+
+/// Why the file at `target` is not the mapped result of `source`; empty when it is.
+std::string whatIsWrongWith(const fs::path& target, const CBinaryInform& source)
+{
+    try
+    {
+        const CBinaryInform mapped = describe(target);
+        if (!mapped.m_bOnCutCellMesh || mapped.m_ResultItem.size() != source.m_ResultItem.size())
+            return target.string() + ": the mapped result could not be written";
+        return {};
+    }
+    catch (const std::exception& error)
+    {
+        return error.what();
+    }
+}
+
+bool isVoxelResult(const fs::path& file)
+{
+    try
+    {
+        return !describe(file).m_bOnCutCellMesh;
+    }
+    catch (const std::exception&)
+    {
+        return false;
+    }
+}
+
+std::string reasonOf(int code)
+{
+    switch (code)
+    {
+    case 2:
+        return "the mapping is not configured";
+    case -2:
+        return "there is no mapping object";
+    default:
+        return "a file could not be opened or moved aside";
+    }
+}
+
+void runTask(CTav3dQ7XMapping_Voxel2CutCell& driver, const NodeCounts& mesh, const MapOptions& options, const MapObserver& observe,
+             MapOutcome& outcome)
+{
+    const MapTask& task = outcome.task;
+    checkExtension(task.source);
+    Start start = findStart(task, mesh);
+    outcome.voxelFile = start.voxelFile;
+    outcome.note = start.note;
+    checkTarget(task.target, start.inform);
+
+    const opensuite::WatchItems watch(
+        [&](int done, int total)
+        {
+            if (observe)
+                observe(task, done, total);
+        });
+    std::string voxelFile = start.voxelFile.string();
+    std::string target = task.target.string();
+    const int smooth = options.smooth ? 1 : 0;
+    if (!start.moveAside)
+    {
+        const int code = driver.Voxel2CutCellResult(voxelFile, target, smooth);
+        outcome.failure = code != 1 ? task.source.string() + ": " + reasonOf(code) : whatIsWrongWith(task.target, start.inform);
+        return;
+    }
+
+    const fs::path vox = voxPathOf(task.source);
+    std::string failure;
+    try
+    {
+        const int code = driver.Voxel2CutCellResult(target, smooth);
+        failure = code != 1 ? task.source.string() + ": " + reasonOf(code) : whatIsWrongWith(task.target, start.inform);
+    }
+    catch (const std::exception& error)
+    {
+        failure = task.source.string() + ": " + error.what();
+    }
+    if (failure.empty())
+    {
+        outcome.voxelFile = vox;
+        return;
+    }
+    outcome.failure = failure;
+    if (isVoxelResult(task.source) || !isVoxelResult(vox))
+        return; // the driver has not moved it
+    std::error_code notMoved;
+    fs::rename(vox, task.source, notMoved);
+    if (notMoved)
+    {
+        outcome.voxelFile = vox;
+        outcome.failure += "; the voxel file could not be moved back and stands at " + vox.string();
+    }
+}
+
+} // namespace
+
+std::vector<MapTask> makeMapTasks(const std::vector<std::string>& results, const std::string& output)
+{
+    std::vector<MapTask> tasks;
+    std::set<fs::path> sources;
+    for (const std::string& result : results)
+    {
+        if (!sources.insert(fs::weakly_canonical(result)).second)
+            fail(result, "named twice");
+        MapTask task{result, result};
+        if (!output.empty())
+            task.target = fs::is_directory(output) || results.size() > 1 ? fs::path(output) / task.source.filename() : fs::path(output);
+        tasks.push_back(task);
+    }
+    if (output.empty())
+        return tasks;
+    if (results.size() > 1 && !fs::is_directory(output))
+        fail(output, "is no folder; with several result files --output names one");
+    std::set<fs::path> targets;
+    for (const MapTask& task : tasks)
+    {
+        const fs::path target = fs::weakly_canonical(task.target);
+        if (sources.contains(target))
+            fail(task.target, "is both a source and a target");
+        if (!targets.insert(target).second)
+            fail(task.target, "is the target of two files");
+    }
+    return tasks;
+}
+
+std::vector<MapOutcome> runMapTasks(const std::string& meshFile, const std::vector<MapTask>& tasks, const MapOptions& options,
+                                    const MapObserver& observe)
+{
+    const StandardOutputToStandardError redirected;
+    const NodeCounts mesh = nodeCountsOf(meshFile);
+
+    CTav3dQ7XMapping_Voxel2CutCell driver;
+    driver.DebugControl(0, options.tecplot ? 1 : 0);
+    driver.Setfillingtime(options.fillingTime);
+    driver.SetParameters(meshFile.c_str(), options.mode, options.partInsertMode);
+
+    std::vector<MapOutcome> outcomes;
+    for (const MapTask& task : tasks)
+    {
+        MapOutcome outcome;
+        outcome.task = task;
+        outcome.voxelFile = task.source;
+        const auto begin = std::chrono::steady_clock::now();
+        try
+        {
+            runTask(driver, mesh, options, observe, outcome);
+        }
+        catch (const std::exception& error)
+        {
+            outcome.failure = error.what();
+        }
+        outcome.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+        outcomes.push_back(std::move(outcome));
+    }
+    return outcomes;
+}
+
+} // namespace tav3d::tools

@@ -1,0 +1,54 @@
+#pragma once
+
+// Mapping result files of one model, as the command line does it: everything that can be checked is checked before any file is touched, and
+// whatever happens, the voxel data is intact under one of its two names.
+
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace tav3d::tools
+{
+
+struct MapOptions
+{
+    int mode = 1; ///< mapping mode of the driver: 0, 1 or 2
+    bool smooth = false;
+    int partInsertMode = 0;
+    double fillingTime = 0.0; ///< s
+    bool tecplot = false;
+};
+
+/// One result file to map.
+struct MapTask
+{
+    std::filesystem::path source; ///< as the caller named it
+    std::filesystem::path target; ///< where the mapped result will stand; equals `source` in place
+    [[nodiscard]] bool inPlace() const { return source == target; }
+};
+
+struct MapOutcome
+{
+    MapTask task;
+    std::string failure;             ///< empty = mapped; else what went wrong, naming the file and the item
+    std::filesystem::path voxelFile; ///< where the voxel result stands now
+    std::string note;                ///< what the caller should know although it went well; may be empty
+    double seconds = 0.0;            ///< wall time, the driver's waits included
+};
+
+/// The tasks for the named result files. Without `output`: in place, under the host's naming rule (the voxel file moves aside to its "_vox"
+/// name). Else `output` is the target of the only file, or, when it is a folder or several files are named, the folder of all targets.
+/// Throws std::runtime_error when a file is named twice, a target is also a source, or two targets coincide.
+[[nodiscard]] std::vector<MapTask> makeMapTasks(const std::vector<std::string>& results, const std::string& output);
+
+/// Told after each item that is stored: the task, items stored, items in the file.
+using MapObserver = std::function<void(const MapTask&, int, int)>;
+
+/// Maps all tasks with the model loaded once. A task that fails does not stop the others: its outcome says why, and its voxel file stands under the
+/// name that it had. What the library prints on standard output comes out on standard error.
+/// Throws std::runtime_error when the mesh file cannot be used; nothing has been touched then.
+[[nodiscard]] std::vector<MapOutcome> runMapTasks(const std::string& meshFile, const std::vector<MapTask>& tasks, const MapOptions& options,
+                                                  const MapObserver& observe);
+
+} // namespace tav3d::tools
