@@ -1,0 +1,137 @@
+#include "gauss_neighbours.h"
+
+#include <array>
+#include <cmath>
+
+// Candidates come from a walk over the boundary facets, three rings of facets outward, and not from a box search: a thin wall has another
+// wall close by, whose values must not leak through, and the walk stays on the surface.
+
+namespace tav3d::meshmapping
+{
+namespace
+{
+
+struct Candidates
+{
+    std::array<DistantNode, gaussNeighbourCap> item;
+    int count = 0;
+};
+
+/// The walk from one node. Each node is looked at once per start, in the order in which facets and corners are listed.
+class FacetWalk
+{
+public:
+    FacetWalk(const NodePoints& points, const NodeKinds& kinds, NumberedSpan<const int> fixed, const FacetTables& facets)
+        : points_(points)
+        , kinds_(kinds)
+        , fixed_(fixed)
+        , facets_(facets)
+        , seenFrom_(makeNumbered<int>(kinds.part.count()))
+    {
+    }
+
+    void collect(int start, Candidates& found)
+    {
+        found.count = 0;
+        for (int facet1 : facetsAt(start))
+            for (int corner1 : cornersOf(facet1))
+                for (int facet2 : facetsAt(corner1))
+                    for (int corner2 : cornersOf(facet2))
+                        for (int facet3 : facetsAt(corner2))
+                            for (int node : cornersOf(facet3))
+                                lookAt(node, start, found);
+    }
+
+private:
+    [[nodiscard]] std::span<const int> facetsAt(int node) const
+    {
+        return facets_.nodeFacet ? listItems(facets_.nodeFacet[node]) : std::span<const int>();
+    }
+    [[nodiscard]] std::span<const int> cornersOf(int facet) const { return listItems(facets_.facetNode[facet]); }
+
+    void lookAt(int node, int start, Candidates& found)
+    {
+        if (seenFrom_[node] == start)
+            return;
+        seenFrom_[node] = start;
+        // Part mark and part-insert mark must both match: a node of the part/part-insert interface does not mix with the plain part surface.
+        const bool sameKind = kinds_.part[node] == kinds_.part[start] && kinds_.partInsert[node] == kinds_.partInsert[start];
+        if (!sameKind || node == start || fixed_[node] == 1)
+            return;
+        // DELIBERATE gauss-first-fifty: the first 50 in walk order stay, also when nearer nodes follow.
+        if (found.count == gaussNeighbourCap)
+            return;
+        const double distance = squaredDistance(points_, node, points_.x[start], points_.y[start], points_.z[start]);
+        found.item[found.count++] = {distance, node};
+    }
+
+    NodePoints points_;
+    NodeKinds kinds_;
+    NumberedSpan<const int> fixed_;
+    FacetTables facets_;
+    std::unique_ptr<int[]> seenFrom_; // per node: the start that saw it last
+};
+
+/// Fills a row's nodes and weights; returns what is left for the row's own node.
+///   w_t = (float)exp(-d²_t / (e²·c·c) / 3.92)·norm,  self = 1 - w_1 - w_2 - ...,  c = 1.0, 0.9, ..., 0.1
+/// A kernel that leaves no more than 0.023 for the node itself is narrowed, at most nine times.
+float fitKernel(std::span<const DistantNode> nearestFirst, const GaussKernel& kernel, float norm, int* neighbour, float* weight)
+{
+    const double scale = static_cast<double>(3.92f); // 2·1.4², as single precision has it
+    float self = 1.0f;
+    for (int j = 0; j < 10; ++j)
+    {
+        const double c = 1.0 - 0.1 * j;
+        self = 1.0f;
+        int t = 0;
+        for (const DistantNode& near : nearestFirst)
+        {
+            ++t;
+            const double exponent = -near.squaredDistance / (static_cast<double>(kernel.elementLengthSquared) * c * c) / scale;
+            const float w = static_cast<float>(std::exp(exponent)) * norm;
+            self = self - w;
+            weight[t] = w;
+            neighbour[t] = near.node;
+        }
+        if (!(self <= 0.023))
+            break;
+    }
+    return self;
+}
+
+} // namespace
+
+float gaussNorm(float pi)
+{
+    // DELIBERATE five-digit-pi: 3.1416 makes the norm 0x3d860911.
+    const double deviation = static_cast<double>(1.4f);
+    const double x = static_cast<double>(pi) * deviation * deviation;
+    return static_cast<float>(1.0 / (x * std::sqrt(x)));
+}
+
+GaussNeighbours findGaussNeighbours(const NodePoints& points, const NodeKinds& kinds, NumberedSpan<const int> fixed,
+                                    const FacetTables& facets, const GaussKernel& kernel, int rowTotal, int rowLength)
+{
+    const int nodeTotal = kinds.part.count();
+    GaussNeighbours rows{makeNumbered<int>(nodeTotal), RowTable<int>(rowTotal, rowLength), RowTable<float>(rowTotal, rowLength),
+                         makeNumbered<int>(rowTotal), makeNumbered<float>(rowTotal)};
+    const float norm = gaussNorm(kernel.pi);
+
+    FacetWalk walk(points, kinds, fixed, facets);
+    Candidates found;
+    int row = 0;
+    for (int node = 1; node <= nodeTotal; ++node)
+    {
+        if (!kinds.onSurface(node) || fixed[node] == 1)
+            continue;
+        rows.rowOfNode[node] = ++row;
+        walk.collect(node, found);
+        const std::span<DistantNode> near(found.item.data(), static_cast<std::size_t>(found.count));
+        std::sort(near.begin(), near.end(), isNearer);
+        rows.selfWeight[row] = fitKernel(near, kernel, norm, rows.neighbour[row], rows.weight[row]);
+        rows.count[row] = found.count;
+    }
+    return rows;
+}
+
+} // namespace tav3d::meshmapping
