@@ -55,19 +55,29 @@ void CTAV3DWarpCoordinateTransformationTemplate<Real>::SetNewCoordinateBy3Points
     if (!normalise(first) || !std::isfinite(length(inPlane)))
         return;
 
-    Real normal[3];
-    cross(first, inPlane, normal);
-    if (!normalise(normal))
+    // Of nearly parallel vectors the cross product is rounding, in any direction: points are on one line when it is that small, and what is left of
+    // the first axis in the normal is taken out otherwise.
+    constexpr Real onOneLine = Real(1e-12);
+    Real normal[3] = {0, 0, 0};
+    if (normalise(inPlane))
+        cross(first, inPlane, normal);
+    if (length(normal) < onOneLine)
     {
-        // Points on one line: any direction across the first axis will do; take the world axis that is farthest from it.
+        // Any direction across the first axis will do; take the world axis that is farthest from it.
         int across = 0;
         for (int k = 1; k < 3; ++k)
             if (std::abs(first[k]) < std::abs(first[across]))
                 across = k;
         const Real world[3] = {Real(across == 0), Real(across == 1), Real(across == 2)};
         cross(first, world, normal);
-        normalise(normal);
     }
+    normalise(normal);
+    Real along = 0;
+    for (int k = 0; k < 3; ++k)
+        along += normal[k] * first[k];
+    for (int k = 0; k < 3; ++k)
+        normal[k] -= along * first[k];
+    normalise(normal);
 
     Real second[3];
     cross(normal, first, second);

@@ -31,20 +31,63 @@ TEST(WarpTransform, face_nodes_get_one_out_of_plane_component)
     }
 }
 
-TEST(WarpTransform, points_on_one_line_give_an_orthonormal_frame)
+TEST(WarpTransform, axes_run_along_the_first_edge_and_normal_to_the_plane)
 {
     Frame frame;
-    const double p[3][3] = {{0, 0, 0}, {1, 1, 0}, {2, 2, 0}};
+    const double p[3][3] = {{1, 1, 1}, {1, 3, 1}, {-4, 2, 1}}; // in a plane z = 1, counter-clockwise as seen from above
     frame.SetNewCoordinateBy3Points(p[0], p[1], p[2]);
-    double axis[3][3];
-    for (int k = 0; k < 3; ++k)
-    {
-        const double unit[3] = {double(k == 0), double(k == 1), double(k == 2)};
-        frame.VectorRotate(unit, axis[k]);
-    }
-    for (int a = 0; a < 3; ++a)
-        for (int b = 0; b < 3; ++b)
-            EXPECT_NEAR(axis[a][0] * axis[b][0] + axis[a][1] * axis[b][1] + axis[a][2] * axis[b][2], a == b ? 1.0 : 0.0, 1e-15);
+    const double in[3] = {2, 3, 5};
+    double out[3];
+    frame.VectorRotate(in, out);
+    EXPECT_EQ(out[0], 3.0);  // along +y
+    EXPECT_EQ(out[1], -2.0); // along -x
+    EXPECT_EQ(out[2], 5.0);  // along +z
+}
+
+TEST(WarpTransform, out_may_be_in)
+{
+    Frame frame;
+    const double p[3][3] = {{0, 0, 0}, {0, 2, 0}, {0, 0, 2}};
+    frame.SetNewCoordinateBy3Points(p[0], p[1], p[2]);
+    double v[3] = {1, 2, 3};
+    frame.VectorRotate(v, v);
+    EXPECT_EQ(v[0], 2.0);
+    EXPECT_EQ(v[1], 3.0);
+    EXPECT_EQ(v[2], 1.0);
+}
+
+TEST(WarpTransform, every_frame_is_orthonormal_also_of_points_on_one_line_or_nearly)
+{
+    for (const double beside : {1.0, 1e-3, 1e-9, 1e-13, 1e-15, 1e-16, 1e-17, 0.0})
+        for (const double along : {0.0, 0.3, -2.0, 1e6})
+        {
+            Frame frame;
+            const double first[3] = {0.1, 1.0 / 3.0, -0.7};
+            const double p1[3] = {0.2, 0.3, 0.4};
+            double p2[3];
+            double p3[3];
+            for (int k = 0; k < 3; ++k)
+            {
+                p2[k] = p1[k] + first[k];
+                p3[k] = p1[k] + along * first[k] + (k == 0 ? beside : 0.0);
+            }
+            frame.SetNewCoordinateBy3Points(p1, p2, p3);
+            double column[3][3];
+            for (int k = 0; k < 3; ++k)
+            {
+                const double unit[3] = {double(k == 0), double(k == 1), double(k == 2)};
+                frame.VectorRotate(unit, column[k]);
+            }
+            for (int a = 0; a < 3; ++a)
+                for (int b = 0; b < 3; ++b)
+                    EXPECT_NEAR(column[a][0] * column[b][0] + column[a][1] * column[b][1] + column[a][2] * column[b][2], a == b ? 1.0 : 0.0,
+                                1e-15)
+                        << beside << " " << along;
+            double rotated[3];
+            frame.VectorRotate(first, rotated);
+            EXPECT_NEAR(rotated[1], 0.0, 4e-15); // the first axis is the first edge
+            EXPECT_NEAR(rotated[2], 0.0, 4e-15);
+        }
 }
 
 TEST(WarpTransform, coincident_or_non_finite_points_leave_the_frame_as_it_was)

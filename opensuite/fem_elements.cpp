@@ -1,0 +1,146 @@
+#include "TAVFEM_ElemLib.h"
+
+#include "inverse_mapping.h"
+#include "shape_functions.h"
+
+namespace
+{
+
+using namespace tav3d::opensuite;
+
+// Every evaluation asks in this order (docs/elements.md): at a node, that node; where the element's map has an inverse, the shape functions;
+// elsewhere the weights of least norm, which reproduce linear fields as far as the nodes can.
+
+template <std::size_t n>
+bool shape(const double (&x)[3], const Nodes<n>& node, std::span<double, n> N)
+{
+    if constexpr (n == 4)
+    {
+        double xi[3];
+        if (!invertTetra(x, node, xi))
+            return false;
+        tetraShape(xi[0], xi[1], xi[2], N);
+    }
+    else if constexpr (n == 5)
+    {
+        double xi[4];
+        if (!invertPyramid(x, node, xi))
+            return false;
+        pyramidShape(xi[0], xi[1], xi[2], xi[3], N);
+    }
+    else if constexpr (n == 6)
+    {
+        double xi[3];
+        if (!invertPrism(x, node, xi))
+            return false;
+        prismShape(xi[0], xi[1], xi[2], N);
+    }
+    else
+    {
+        double xi[3];
+        if (!invertHexa(x, node, xi))
+            return false;
+        hexaShape(xi[0], xi[1], xi[2], N);
+    }
+    return true;
+}
+
+template <std::size_t n>
+bool shape(const double (&x)[2], const PlaneNodes<n>& node, std::span<double, n> N)
+{
+    if constexpr (n == 3)
+    {
+        double xi[2];
+        if (!invertTriangle(x, node, xi))
+            return false;
+        triangleShape(xi[0], xi[1], N);
+    }
+    else
+    {
+        double xi[3];
+        if (!invertQuad(x, node, xi))
+            return false;
+        quadShape(xi[0], xi[1], xi[2], N);
+    }
+    return true;
+}
+
+/// 1 at node `at`, 0 at all others.
+void onlyNode(std::size_t at, std::span<double> N)
+{
+    for (std::size_t i = 0; i < N.size(); ++i)
+        N[i] = i == at ? 1.0 : 0.0;
+}
+
+template <std::size_t n>
+class Element3D final : public CFEM_Elem3D
+{
+public:
+    int GetNNode() const override { return n; }
+    int GetDimension() const override { return 3; }
+
+    void GetShapeFunction(double x, double y, double z, const double* X, const double* Y, const double* Z, double* N) const override
+    {
+        for (std::size_t i = 0; i < n; ++i)
+            if (x == X[i] && y == Y[i] && z == Z[i])
+                return onlyNode(i, {N, n});
+        const double point[3] = {x, y, z};
+        const Nodes<n> node{std::span<const double, n>(X, n), std::span<const double, n>(Y, n), std::span<const double, n>(Z, n)};
+        if (!shape<n>(point, node, std::span<double, n>(N, n)))
+            leastNormWeights(point, node.X, node.Y, node.Z, {N, n});
+    }
+};
+
+template <std::size_t n>
+class Element2D final : public CFEM_Elem2D
+{
+public:
+    int GetNNode() const override { return n; }
+    int GetDimension() const override { return 2; }
+
+    void GetShapeFunction(double x, double y, const double* X, const double* Y, double* N) const override
+    {
+        for (std::size_t i = 0; i < n; ++i)
+            if (x == X[i] && y == Y[i])
+                return onlyNode(i, {N, n});
+        const double point[2] = {x, y};
+        const PlaneNodes<n> node{std::span<const double, n>(X, n), std::span<const double, n>(Y, n)};
+        if (!shape<n>(point, node, std::span<double, n>(N, n)))
+        {
+            constexpr double flat[n] = {};
+            leastNormWeights({x, y, 0.0}, node.X, node.Y, flat, {N, n});
+        }
+    }
+};
+
+} // namespace
+
+CFEM_Elem3D* CFEM_Elem3D_Factory::Make_TETRA4() const
+{
+    return new Element3D<4>;
+}
+
+CFEM_Elem3D* CFEM_Elem3D_Factory::Make_PYRAMID5() const
+{
+    return new Element3D<5>;
+}
+
+CFEM_Elem3D* CFEM_Elem3D_Factory::Make_PRISM6() const
+{
+    return new Element3D<6>;
+}
+
+CFEM_Elem3D* CFEM_Elem3D_Factory::Make_HEXA8() const
+{
+    return new Element3D<8>;
+}
+
+CFEM_Elem2D* CFEM_Elem2D_Factory::Make_TRI3() const
+{
+    return new Element2D<3>;
+}
+
+CFEM_Elem2D* CFEM_Elem2D_Factory::Make_QUAD4() const
+{
+    return new Element2D<4>;
+}
