@@ -1,0 +1,44 @@
+#pragma once
+
+#include "interpolation/numbered.h"
+
+#include <memory>
+#include <span>
+
+namespace tav3d::interpolation
+{
+
+/// Table of counted lists with room for a given number of items each; all counts start at 0. Kept in two blocks, so that it can be handed out as
+/// the int** that the engine's members are.
+class CountedTable
+{
+public:
+    CountedTable() = default;
+
+    /// Rows 0..capacity.size()-1; row i has room for capacity[i] items.
+    explicit CountedTable(std::span<const int> capacity);
+
+    void append(int row, int item)
+    {
+        int* list = rows_[row];
+        list[++list[0]] = item;
+    }
+
+    [[nodiscard]] int** rows() const noexcept { return rows_.get(); }
+
+private:
+    std::unique_ptr<int*[]> rows_;
+    std::unique_ptr<int[]> items_;
+};
+
+/// Writes the numbers of the k nearest of the points to `target` into out[1..k], nearest first; out[0] is left alone. Scans all points k times.
+void selectNearest(const NumberedPoints& points, const Point& target, int k, int* out);
+
+/// Row i: the cells that contain node i, ascending; a cell appears once for every time its row names the node. Rows 0..max(nodeCount, lastRow);
+/// those that stand for no node are empty.
+CountedTable cellsAroundNodes(const NumberedSpan<int* const>& cellNode, int nodeCount, int lastRow = 0);
+
+/// Row i: all distinct nodes of the cells around node i (itself included), ascending. Rows 0..nodeCount, row 0 empty.
+CountedTable nodesAroundNodes(const NumberedSpan<int* const>& cellNode, int nodeCount, const CountedTable& cellsAround);
+
+} // namespace tav3d::interpolation

@@ -1,0 +1,294 @@
+#include "interpolation/point_search_tree.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <new>
+
+using tav3d::interpolation::Point;
+
+namespace
+{
+
+constexpr std::int32_t initialCapacity = 10000; // of points and of tree nodes
+constexpr std::int32_t leafCapacity = 8;
+constexpr std::int32_t internalNode = -1;
+constexpr std::int32_t rootNode = 1;
+
+// Half-widths of the searched cubes: firstRadius times 5, 25, ... until one reaches lastRadius.
+constexpr double firstRadius = 1e-6;
+constexpr double radiusFactor = 5.0;
+constexpr double lastRadius = 5.0;
+
+/// Octant 1..8; a coordinate equal to the centre belongs to the upper side.
+int octantOf(const Point& centre, double x, double y, double z)
+{
+    return (x >= centre.x ? 2 : 1) + (y >= centre.y ? 2 : 0) + (z >= centre.z ? 4 : 0);
+}
+
+/// Searches growing cubes until one holds at least `wanted` points or the largest has been searched.
+void searchGrowingBox(CPointSearchTree& tree, double x, double y, double z, std::size_t wanted, std::vector<std::int32_t>& list)
+{
+    double r = firstRadius;
+    do
+    {
+        r = radiusFactor * r;
+        tree.SearchBox(x, y, z, r, list);
+    } while (list.size() < wanted && !(r >= lastRadius));
+}
+
+/// Shell's method over entries 1..n, gaps 1, 4, 13, ... descending. Not stable, and the order of equal keys is visible to hosts: it decides which
+/// of two equally near cells is tried first, so no other sort will do.
+void sortByKey(std::vector<double>& key, std::vector<std::int32_t>& number, std::size_t n)
+{
+    std::size_t gap = 1;
+    while (3 * gap + 1 <= n)
+        gap = 3 * gap + 1;
+    for (; gap >= 1; gap /= 3)
+    {
+        for (std::size_t i = gap + 1; i <= n; ++i)
+        {
+            const double movingKey = key[i];
+            const std::int32_t movingNumber = number[i];
+            std::size_t j = i;
+            for (; j > gap && key[j - gap] > movingKey; j -= gap)
+            {
+                key[j] = key[j - gap];
+                number[j] = number[j - gap];
+            }
+            key[j] = movingKey;
+            number[j] = movingNumber;
+        }
+    }
+}
+
+} // namespace
+
+CPointSearchTree::CPointSearchTree(double xMin, double xMax, double yMin, double yMax, double zMin, double zMax)
+    : m_nTreeNode(1)
+    , m_nTreeNodeCapacity(initialCapacity)
+    , m_nLastPoint(-1)
+    , m_pTreeNode(std::make_unique<TreeNode[]>(initialCapacity))
+    , m_pVisitList(std::make_unique<std::int32_t[]>(initialCapacity))
+    , m_pNodeCenter(std::make_unique<Point[]>(initialCapacity))
+    , m_dHalfSize(0.5 * std::max({xMax - xMin, yMax - yMin, zMax - zMin}))
+    , m_dXMin(xMin)
+    , m_dXMax(xMax)
+    , m_dYMin(yMin)
+    , m_dYMax(yMax)
+    , m_dZMin(zMin)
+    , m_dZMax(zMax)
+    , m_bCanGrow(1)
+{
+    m_Point.reserve(initialCapacity);
+}
+
+void CPointSearchTree::Insert(double x, double y, double z)
+{
+    // A point that is not finite lies in no cube, and its coordinates would spoil the centroid of its leaf: it only gets a number.
+    bool enterLeaf = std::isfinite(x) && std::isfinite(y) && std::isfinite(z);
+    std::int32_t leaf = rootNode;
+    if (enterLeaf)
+    {
+        leaf = leafOf(x, y, z, rootNode);
+        while (m_pTreeNode[leaf].state == leafCapacity)
+        {
+            // DELIBERATE tree-growth-pause: the table is not enlarged at two splits in a row; the point is then dropped without a number.
+            if (m_nTreeNode > m_nTreeNodeCapacity - 16)
+            {
+                if (!growNodeTable())
+                    return;
+                m_bCanGrow = 0;
+            }
+            else
+                m_bCanGrow = 1;
+
+            if (!splitLeaf(leaf))
+            {
+                enterLeaf = false;
+                break;
+            }
+            leaf = leafOf(x, y, z, leaf);
+        }
+    }
+
+    // DELIBERATE tree-duplicate-number: a duplicate is numbered, so that numbers stay equal to insertion positions, but enters no leaf.
+    if (enterLeaf)
+        enterLeaf = !isDuplicate(m_pTreeNode[leaf], x, y, z);
+    ++m_nLastPoint;
+    if (enterLeaf)
+    {
+        TreeNode& node = m_pTreeNode[leaf];
+        node.slot[static_cast<std::size_t>(node.state++)] = m_nLastPoint;
+    }
+
+    if (m_Point.size() == m_Point.capacity())
+        m_Point.reserve(3 * m_Point.size() / 2);
+    m_Point.push_back({x, y, z});
+}
+
+std::int32_t CPointSearchTree::leafOf(double x, double y, double z, std::int32_t from) const
+{
+    std::int32_t node = from;
+    while (m_pTreeNode[node].state == internalNode)
+        node = m_pTreeNode[node].slot[static_cast<std::size_t>(octantOf(m_pNodeCenter[node], x, y, z) - 1)];
+    return node;
+}
+
+double CPointSearchTree::squaredDistance(std::int32_t point, double x, double y, double z) const
+{
+    const Point& p = m_Point[static_cast<std::size_t>(point)];
+    const double dx = p.x - x;
+    const double dy = p.y - y;
+    const double dz = p.z - z;
+    return (dx * dx + dy * dy) + dz * dz;
+}
+
+bool CPointSearchTree::isDuplicate(const TreeNode& leaf, double x, double y, double z) const
+{
+    if (leaf.state == 0)
+        return false;
+    double nearest = std::numeric_limits<double>::infinity();
+    for (std::int32_t s = 0; s < leaf.state; ++s)
+        nearest = std::min(nearest, squaredDistance(leaf.slot[static_cast<std::size_t>(s)], x, y, z));
+    const double tolerance = 1e-6 * std::min(1.0, m_dHalfSize);
+    return !(nearest > tolerance * tolerance);
+}
+
+/// Turns a full leaf into an internal node. False when the centroid separates none of its points (they lie within rounding of each other, or
+/// their sum overflows): no number of splits would make room.
+bool CPointSearchTree::splitLeaf(std::int32_t leaf)
+{
+    TreeNode& node = m_pTreeNode[leaf];
+    Point centre;
+    for (const std::int32_t p : node.slot)
+    {
+        const Point& point = m_Point[static_cast<std::size_t>(p)];
+        centre.x += point.x;
+        centre.y += point.y;
+        centre.z += point.z;
+    }
+    centre.x *= 0.125;
+    centre.y *= 0.125;
+    centre.z *= 0.125;
+
+    std::array<std::size_t, leafCapacity> childOf{};
+    for (std::size_t s = 0; s < leafCapacity; ++s)
+    {
+        const Point& point = m_Point[static_cast<std::size_t>(node.slot[s])];
+        childOf[s] = static_cast<std::size_t>(octantOf(centre, point.x, point.y, point.z) - 1);
+    }
+    if (std::all_of(childOf.begin(), childOf.end(), [&](std::size_t child) { return child == childOf[0]; }))
+        return false;
+
+    const std::int32_t firstChild = m_nTreeNode + 1;
+    for (std::size_t s = 0; s < leafCapacity; ++s)
+    {
+        TreeNode& child = m_pTreeNode[firstChild + static_cast<std::int32_t>(childOf[s])];
+        child.slot[static_cast<std::size_t>(child.state++)] = node.slot[s];
+    }
+    for (std::int32_t o = 0; o < leafCapacity; ++o)
+        node.slot[static_cast<std::size_t>(o)] = firstChild + o;
+    m_nTreeNode += leafCapacity;
+    node.state = internalNode;
+    m_pNodeCenter[leaf] = centre;
+    return true;
+}
+
+/// Enlarges the node table by half, at least to 100 nodes. False when growth is paused or there is no memory for it; the tree is then unchanged.
+bool CPointSearchTree::growNodeTable()
+{
+    if (!m_bCanGrow)
+        return false;
+    const std::int64_t capacity = std::max<std::int64_t>(3 * std::int64_t{m_nTreeNodeCapacity} / 2, 100);
+    if (capacity > std::numeric_limits<std::int32_t>::max())
+        return false;
+
+    const auto size = static_cast<std::size_t>(capacity);
+    std::unique_ptr<TreeNode[]> treeNode(new (std::nothrow) TreeNode[size]);
+    std::unique_ptr<Point[]> nodeCenter(new (std::nothrow) Point[size]);
+    std::unique_ptr<std::int32_t[]> visitList(new (std::nothrow) std::int32_t[size]);
+    if (!treeNode || !nodeCenter || !visitList)
+        return false;
+    std::copy_n(m_pTreeNode.get(), m_nTreeNode + 1, treeNode.get());
+    std::copy_n(m_pNodeCenter.get(), m_nTreeNode + 1, nodeCenter.get());
+    m_pTreeNode = std::move(treeNode);
+    m_pNodeCenter = std::move(nodeCenter);
+    m_pVisitList = std::move(visitList);
+    m_nTreeNodeCapacity = static_cast<std::int32_t>(capacity);
+    return true;
+}
+
+void CPointSearchTree::SearchBox(double x, double y, double z, double r, std::vector<std::int32_t>& list)
+{
+    list.clear();
+    std::int32_t listed = 0;
+    m_pVisitList[listed++] = rootNode;
+    for (std::int32_t next = 0; next < listed; ++next)
+    {
+        const std::int32_t n = m_pVisitList[next];
+        const TreeNode& node = m_pTreeNode[n];
+        if (node.state != internalNode)
+        {
+            for (std::int32_t s = 0; s < node.state; ++s)
+            {
+                const std::int32_t number = node.slot[static_cast<std::size_t>(s)];
+                const Point& p = m_Point[static_cast<std::size_t>(number)];
+                if (std::abs(x - p.x) < r && std::abs(y - p.y) < r && std::abs(z - p.z) < r)
+                    list.push_back(number);
+            }
+            continue;
+        }
+
+        const Point& centre = m_pNodeCenter[n];
+        const bool overlapX[2] = {x - r <= centre.x, x + r >= centre.x}; // lower side, upper side
+        const bool overlapY[2] = {y - r <= centre.y, y + r >= centre.y};
+        const bool overlapZ[2] = {z - r <= centre.z, z + r >= centre.z};
+        for (std::size_t o = 0; o < leafCapacity; ++o)
+            if (overlapX[o & 1] && overlapY[(o >> 1) & 1] && overlapZ[(o >> 2) & 1])
+                m_pVisitList[listed++] = node.slot[o];
+    }
+}
+
+// DELIBERATE search-range: cubes end at half-width 9.765625; farther points are not found.
+// DELIBERATE nearest-counts-from-zero: the number is the position of insertion from 0, one less than the cell number; the distance is squared.
+int CPointSearchTree::SearchNearestPointIndex(double x, double y, double z, double& distance)
+{
+    std::vector<std::int32_t> list;
+    searchGrowingBox(*this, x, y, z, 1, list);
+    distance = -1.0;
+    std::int32_t nearest = -1;
+    for (const std::int32_t number : list)
+    {
+        const double squared = squaredDistance(number, x, y, z);
+        if (nearest < 0 || squared < distance)
+        {
+            nearest = number;
+            distance = squared;
+        }
+    }
+    return nearest;
+}
+
+// DELIBERATE candidates-need-two: the cube widens until it holds two points, so that a single near centre is not the only candidate.
+int CPointSearchTree::SearchCandidates(double x, double y, double z, Candidates& result)
+{
+    std::vector<std::int32_t> list;
+    searchGrowingBox(*this, x, y, z, 2, list);
+    if (list.empty())
+        return 1;
+
+    std::vector<std::int32_t> number(list.size() + 1); // entries 1..n, as the sort expects them
+    std::vector<double> key(list.size() + 1);
+    for (std::size_t i = 0; i < list.size(); ++i)
+    {
+        number[i + 1] = list[i] + 1;
+        key[i + 1] = squaredDistance(list[i], x, y, z);
+    }
+    sortByKey(key, number, list.size());
+
+    const std::size_t count = std::min(list.size(), result.number.size());
+    result.count = static_cast<std::int32_t>(count);
+    std::copy_n(number.begin() + 1, count, result.number.begin());
+    return 1;
+}
