@@ -2,6 +2,7 @@
 
 #include "opensuite/mesh_model.h"
 
+#include <algorithm>
 #include <stdexcept>
 
 namespace tav3d::tools
@@ -44,10 +45,12 @@ BlockSamples sampleBlock(const BlockGrid& grid, const TriangleMesh& part, std::s
         samples.disputedShare.push_back(inside > 0 ? double(disputed) / double(inside) : 0);
     };
     paint(part, body::part);
+    const std::int64_t partAlone = std::count(samples.centre.begin(), samples.centre.end(), body::part);
     for (std::size_t i = 0; i < inserts.size(); ++i)
     {
         paint(inserts[i], body::firstInsert + static_cast<std::int32_t>(i));
     }
+    samples.overlap = partAlone - std::count(samples.centre.begin(), samples.centre.end(), body::part);
 
     const auto [nx, ny, nz] = nodes.count;
     for (std::int32_t k = 0; k < nz; ++k)

@@ -15,6 +15,7 @@ struct BlockSamples
     std::vector<std::uint8_t> node;
     std::vector<std::uint8_t> centre;
     std::vector<double> disputedShare; // per surface (part, inserts): disputed points per point inside
+    std::int64_t overlap = 0;          // cell centres that lie in the part and in an insert
 };
 
 /// Samples the grid, shifted by samplingShift(). A point in several bodies belongs to the last insert among them, so that an insert may stand in the

@@ -105,9 +105,7 @@ private:
 
     void add(opensuite::CellKind kind, const std::int32_t* nodes, std::int32_t bodyNumber)
     {
-        const bool isPart = bodyNumber == body::part;
-        (isPart ? mesh_.plastic : mesh_.moldBase).add(kind, nodes, bodyNumber);
-        (isPart ? mesh_.plasticCell : mesh_.moldBaseCell).push_back(cell_);
+        (bodyNumber == body::part ? mesh_.plastic : mesh_.moldBase).add(kind, nodes, bodyNumber);
     }
 
     void addHexahedron()

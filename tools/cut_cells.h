@@ -28,8 +28,7 @@ struct CutCellMesh
     std::vector<Vec3> node;              // the grid nodes, in grid order, then cut points and inner points
     std::vector<std::uint8_t> onSurface; // per node: 1 = on the surface of the part
     opensuite::CellList plastic, moldBase;
-    std::vector<std::int32_t> plasticCell, moldBaseCell; // grid cell that each element stems from
-    std::int64_t guessedCuts = 0;                        // cut points put in the middle of an edge because the surface has a hole there
+    std::int64_t guessedCuts = 0; // cut points put in the middle of an edge because the surface has a hole there
 };
 
 /// Cuts the grid. Bodies outside the part are not cut along their own surfaces: a hexahedron belongs to the body of its centre, a piece of a cut cell
