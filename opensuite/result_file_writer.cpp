@@ -1,5 +1,7 @@
 #include "result_file_writer.h"
 
+#include "item_observer.h"
+
 #include "result_mesh.h"
 
 #include <algorithm>
@@ -252,6 +254,7 @@ void ResultFileWriter::writeItem(int number, const float* value)
         file_.addArray(parent, item.array, layout::labelArray, std::span<const float>(value + 1, static_cast<std::size_t>(n)));
     item.storage = storage;
     item.written = true;
+    tellItemStored(++storedTotal_, static_cast<int>(items_.size()));
 }
 
 void ResultFileWriter::setExtremes(const float* max, const float* min)

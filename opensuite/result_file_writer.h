@@ -78,6 +78,7 @@ private:
     CBinaryInform head_; // title, mesh file (relative to the target), node counts, filling time, cooling, output times
     bool hasHead_ = false;
     bool hasItems_ = false;
+    int storedTotal_ = 0; // items with values
     bool hasTypes_ = false;
     int timeStepMode_ = 1;
     bool venting_ = false;

@@ -4,6 +4,7 @@
 #include "TAV3DCoolTools.h"
 #include "TAV3DResultEngine.h"
 #include "Tav3dMeshMappingArrary.h"
+#include "meshmapping/tecplot_output.h"
 #include "move_aside.h"
 #include "result_names.h"
 #include "tecplot_capture.h"
@@ -79,7 +80,7 @@ int CTav3dQ7XMapping_Voxel2CutCell::NewResultArrayforTecplot(int nNode, float**&
     if (table == nullptr)
     {
         std::cout << "TotalNode = " << nNode << std::endl;
-        table = names::newCaptureTable(nNode);
+        table = tav3d::meshmapping::newCaptureTable(nNode);
     }
     return 1;
 }
@@ -109,12 +110,13 @@ void registerIDMap(CBinaryInform& inform, int resultType, int count, int* ids)
     CBinaryWriteTools::SetResultItemMappingIDArray(resultType, inform, count, ids);
 }
 
-/// The compact array of an item that is stored through an ID map: entry i = full[ids[i]], entry 0 = 0.
-std::unique_ptr<float[]> throughIDMap(const float* full, const int* ids, int count)
+/// The compact array of an item that is stored through an ID map: entry i = full[ids[i]], entry 0 = 0. A map that was not rebuilt for the cut-cell
+/// mesh can name nodes beyond its nNode nodes; these get 0.
+std::unique_ptr<float[]> throughIDMap(const float* full, int nNode, const int* ids, int count)
 {
     auto compact = std::make_unique<float[]>(static_cast<std::size_t>(count) + 1);
     for (int i = 1; i <= count; ++i)
-        compact[i] = full[ids[i]];
+        compact[i] = ids[i] <= nNode ? full[ids[i]] : 0.0f;
     return compact;
 }
 
@@ -232,7 +234,7 @@ int CTav3dQ7XMapping_Voxel2CutCell::Voxel2CutCellResult(std::string& voxelResult
         }
         const int count = CBinaryWriteTools::GetResultItemDimension(resultType, target);
         const int* ids = CBinaryWriteTools::GetResultItemMappingIDArray(resultType, target);
-        writer.WriteResultItem(itemId, throughIDMap(output.get(), ids, count).get());
+        writer.WriteResultItem(itemId, throughIDMap(output.get(), nCutCellNode, ids, count).get());
         max[k] = item.m_fMax;
         min[k] = item.m_fMin;
     }

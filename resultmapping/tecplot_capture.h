@@ -7,12 +7,6 @@ class CTav3dQ7XMapping_Voxel2CutCell;
 namespace tav3d::resultmapping
 {
 
-/// Rows of a capture table: the counter (its entry 0) and two items.
-inline constexpr int captureRows = 3;
-
-/// Three rows of nNode+1 zeros. The caller owns the rows and the table (array new).
-[[nodiscard]] float** newCaptureTable(int nNode);
-
 /// A capture table and how far it is filled. Entry 0 of row 0 counts the items offered; rows 1 and 2 hold the first two, later ones are only counted.
 class TecplotCapture
 {

@@ -1,5 +1,7 @@
 #include "commands.h"
 
+#include "command_map.h"
+
 #include <CLI/CLI.hpp>
 
 #include <exception>
@@ -14,10 +16,15 @@ int run(int argc, const char* const* argv)
     app.name("tav3d");
     app.set_version_flag("--version", "tav3d " TAV3D_VERSION);
     app.require_subcommand(1);
+    addMapCommand(app);
     try
     {
         app.parse(argc, argv); // runs the chosen subcommand
         return exitDone;
+    }
+    catch (const CLI::RuntimeError& failure)
+    {
+        return failure.get_exit_code(); // reported already
     }
     catch (const CLI::ParseError& error)
     {
