@@ -109,10 +109,10 @@ TEST(CutCellReading, coordinates_are_multiplied_in_double_and_rounded_once)
 {
     MeshModel model = test::unitCube();
     model.scaleFactor = 0.1;
-    model.cutCell.x[1] = 1.3f;
+    model.cutCell.x[1] = 9.0f;
     const auto reading = Reading(model);
-    EXPECT_EQ(reading.mesh.x[2], static_cast<float>(static_cast<double>(1.3f) * 0.1));
-    EXPECT_NE(reading.mesh.x[2], 1.3f * 0.1f); // single precision would differ in the last bit
+    EXPECT_EQ(reading.mesh.x[2], static_cast<float>(9.0 * 0.1));
+    EXPECT_NE(reading.mesh.x[2], 9.0f * 0.1f); // single precision would differ in the last bit
 }
 
 // DELIBERATE cut-cell-facet-kinds
