@@ -1,6 +1,8 @@
 #include "commands.h"
 
+#include "command_info.h"
 #include "command_map.h"
+#include "command_model.h"
 
 #include <CLI/CLI.hpp>
 
@@ -16,7 +18,9 @@ int run(int argc, const char* const* argv)
     app.name("tav3d");
     app.set_version_flag("--version", "tav3d " TAV3D_VERSION);
     app.require_subcommand(1);
+    addModelCommand(app);
     addMapCommand(app);
+    addInfoCommand(app);
     try
     {
         app.parse(argc, argv); // runs the chosen subcommand

@@ -3,6 +3,7 @@
 #include "cell_geometry.h"
 #include "cut_cells.h"
 #include "surface_facets.h"
+#include "text_format.h"
 
 #include <algorithm>
 #include <cmath>
@@ -26,18 +27,6 @@ std::string percent(double share)
     char text[32];
     std::snprintf(text, sizeof text, "%.2f %%", 100 * share);
     return text;
-}
-
-std::string number(double value)
-{
-    char text[32];
-    std::snprintf(text, sizeof text, "%.6g", value);
-    return text;
-}
-
-std::string place(Vec3 p)
-{
-    return "(" + number(p.x) + ", " + number(p.y) + ", " + number(p.z) + ")";
 }
 
 BlockGrid layGrid(const std::string& partName, const TriangleMesh& part, const std::vector<TriangleMesh>& inserts,
@@ -65,7 +54,7 @@ BlockGrid layGrid(const std::string& partName, const TriangleMesh& part, const s
     const double nodes = (cells[0] + 1) * (cells[1] + 1) * (cells[2] + 1);
     if (!(nodes <= maxNodes))
     {
-        throw std::runtime_error(partName + ": a cell size of " + number(options.cellSize) + " gives " + number(nodes) +
+        throw std::runtime_error(partName + ": a cell size of " + general(options.cellSize) + " gives " + general(nodes) +
                                  " grid nodes; 60 million are possible");
     }
     for (int axis = 0; axis < 3; ++axis)
@@ -186,11 +175,11 @@ void markSpots(BuiltModel& built, const ModelOptions& options)
         const double offCutCell = markSpot(built.model.cutCell, at, radius, kind);
         if (offVoxel < 0 || offCutCell < 0)
         {
-            throw std::runtime_error("the part has no skin facet left for the " + what + " at " + place(at));
+            throw std::runtime_error("the part has no skin facet left for the " + what + " at " + placeText(at));
         }
         if (std::max(offVoxel, offCutCell) > 2 * options.cellSize)
         {
-            built.warnings.push_back("the " + what + " at " + place(at) + " lies " + number(std::max(offVoxel, offCutCell)) +
+            built.warnings.push_back("the " + what + " at " + placeText(at) + " lies " + general(std::max(offVoxel, offCutCell)) +
                                      " off the part; the nearest facet is taken");
         }
     };
