@@ -18,6 +18,9 @@ namespace body = opensuite::body;
 /// A grid node or a centre nearer to a cut point than this share of the edge is moved there. Larger: fewer slivers, more distorted hexahedra.
 constexpr double snapShare = 0.12;
 
+/// Uncut faces with a moved corner are bent by up to snapShare. A cut point on the way from the centre to their corners keeps that far above them.
+constexpr double largestShareBesideBentFace = 0.66;
+
 class Cutter final : public CutContext
 {
 public:
@@ -73,8 +76,8 @@ public:
         EdgeCut& cut = cuts_.ofCentre[slot_][c];
         if (cut.node == 0)
         {
-            // away from the ends, where a centre had to stay in its place
-            const double share = std::clamp<double>(cut.share, snapShare, 1 - snapShare);
+            // away from the ends, where a centre had to stay in its place or the pyramid below must not become flat
+            const double share = std::clamp<double>(cut.share, snapShare, besideBentFace_[c] ? largestShareBesideBentFace : 1 - snapShare);
             const Vec3 start = mesh_.node[centreNode_ - 1];
             cut.node = addNode(share == cut.share ? cut.point : start + share * (mesh_.node[node_[c]] - start), true);
         }
@@ -264,6 +267,7 @@ private:
         std::array<Base, 12> bases;
         int baseTotal = 0;
         bool centreMayMove = true;
+        besideBentFace_.fill(false);
         for (int face = 0; face < 6; ++face)
         {
             const auto f = faceCorners(face);
@@ -271,6 +275,11 @@ private:
             if (!mixed(q))
             {
                 bases[baseTotal++] = {4, q};
+                const bool bent = std::any_of(q.begin(), q.end(), [](const Corner& c) { return c.side == 0; });
+                for (const int c : f)
+                {
+                    besideBentFace_[c] = besideBentFace_[c] || bent;
+                }
             }
             else if (joinsOneAndThree(cuts_, node_, face))
             {
@@ -351,8 +360,9 @@ private:
     // the current cell
     std::int32_t cell_ = 0;
     std::size_t slot_ = 0;
-    std::array<std::int32_t, 8> node_{}; // grid nodes of its corners, from 0
-    std::int32_t centreNode_ = 0;        // mesh number
+    std::array<std::int32_t, 8> node_{};   // grid nodes of its corners, from 0
+    std::int32_t centreNode_ = 0;          // mesh number
+    std::array<bool, 8> besideBentFace_{}; // corners of an uncut face with a corner on the surface
 };
 
 } // namespace
