@@ -1,0 +1,17 @@
+#pragma once
+
+// Putting a finished file in the place of another in one step.
+
+#include <filesystem>
+
+namespace tav3d::opensuite
+{
+
+/// Name for a file to be built beside `target`: same folder, unique for this process and call, and not taken at the time of the call.
+[[nodiscard]] std::filesystem::path temporaryNameBeside(const std::filesystem::path& target);
+
+/// Flushes the file `finished` to the disk and gives it the name `target` in one step: whoever opens `target` sees the old file or the new one,
+/// complete. Throws std::filesystem::filesystem_error; both files are then as they were.
+void replaceFile(const std::filesystem::path& finished, const std::filesystem::path& target);
+
+} // namespace tav3d::opensuite
