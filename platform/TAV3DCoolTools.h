@@ -55,7 +55,7 @@ public:
 
 private:
     friend class CBinaryWriteTools;
-    std::shared_ptr<void> m_pSource; // the open file that the record was read from, if any
+    std::shared_ptr<void> m_pSource; // the file that the record was read from, if any; a writer that gets the head asks it for array lengths
 };
 
 class CBinaryWriteTools
@@ -79,12 +79,17 @@ public:
     static int* GetResultItemMappingIDArray(int resultType, CBinaryInform& inform);
 
     /// The values of item `item`, one per node of the mesh: entries 1..nNode, entry 0 is 0. Values stored through an ID map are put at their
-    /// nodes, and all other nodes get 0. Returns null, with nNode = 0, when there is no such item.
+    /// nodes, and all other nodes get 0. An item that keeps another layout than its type comes with its own length. Returns null, with nNode = 0 and
+    /// one line on standard error, when there is no such item, it is of another type, or it cannot be read.
     /// The array belongs to the reader: the caller may change it and must not release it; EndReading or the reader's destruction releases it.
     static float* FullResultFromMappingResult_Create(int item, int resultType, CBinaryInform& inform, CTAV3DResultReader_Manipulator& reader,
                                                      int& nNode);
 
-    /// Hand parts of a description to a writer. All return 0, negative when the writer is not open.
+    /// Hand parts of a description to a writer: the head before the result types, these before their ID maps, all three and the item table before
+    /// the first item. All return 0, or a negative code (that of WriteResultItem) with one line on standard error; the file can then not be
+    /// completed. The head's node counts must agree with the mesh file, when that is there; a count of 0 is taken from it. A record that was
+    /// read from a file on the other mesh is fine: the number of part nodes is then not recorded, and types without an ID map get the dimension of
+    /// the mesh that the new file stands on.
     static int WriteHeadFileInfo_time(CBinaryInform& inform, CTAV3DResultWriter_Manipulator& writer, double fillingTime);
     static int WriteCoolInfo(CBinaryInform& inform, CTAV3DResultWriter_Manipulator& writer);
     static int WriteMultipleTimeStepOutputInfo(CBinaryInform& inform, CTAV3DResultWriter_Manipulator& writer);

@@ -22,7 +22,9 @@ public:
     int BeginReading(const char* file, const char* second);
 
     /// Reads item `item` as stored: entries 1..d of `buffer`, which has room for d+1. Returns 0; -1 when the file has no such item, -2 when its
-    /// values cannot be read (the buffer is then as it was).
+    /// values cannot be read (the buffer is then as it was). An item may keep another layout than its type (a voxel result that stays as it is in a
+    /// file on the cut-cell mesh): then 1 is returned, with as many values as there are and the buffer has room for, and zeros after them;
+    /// FullResultFromMappingResult_Create (TAV3DCoolTools.h) gives such an item whole.
     int GetResultItem(int item, float* buffer);
 
     /// Number of nodes of the part in the mesh that the results stand on; 0 when the file does not record it.
@@ -57,17 +59,20 @@ public:
     void SetMultipleTimeStepMode(int mode);
     void SetHasVentingResult(bool hasVentingResult);
 
-    /// Writes the values of item `item`, entries 1..n of `value`. The item must stand in the item table (WriteResultItemInfo). How many values
-    /// are taken: for a result type with an ID map, the map's count; for an array that the open source file created
-    /// (FullResultFromMappingResult_Create), that array's length; otherwise the node count of the mesh that the file stands on.
-    /// Returns 0; negative when nothing was stored.
+    /// Writes the values of item `item`, entries 1..n of `value`. The item must stand in the item table (WriteResultItemInfo), the head, the result
+    /// types and their ID maps must have been handed over, and no item is written twice. How many values are taken: for an array that the open
+    /// source file created (FullResultFromMappingResult_Create), that array's length; otherwise, for a result type with an ID map, the map's
+    /// count (`value` may be null when it is 0), and without a map the node count of the mesh that the file stands on. An array of the source whose
+    /// length is not that of the type is kept whole, in its own layout. The values are stored at once; `value` is not needed afterwards.
+    /// Returns 0; negative when nothing was stored, with one line on standard error: -1 no file is being written, -2 the file system failed, -3 refused.
     int WriteResultItem(int item, float* value);
 
-    /// Recorded extremes per item, in the order of the item table, starting at entry 0.
+    /// Recorded extremes per item, in the order of the item table, starting at entry 0. Without this call the item table's own extremes stand.
     void SetMaxMinInfo(float* max, float* min);
 
-    /// Completes the file and moves it to its name in one step. Returns 0; negative when the file could not be completed (the target is as it
-    /// was). Calling it twice is harmless.
+    /// Completes the file and moves it to its name in one step. Returns 0; negative when the file could not be completed, with one line on standard
+    /// error (the target is as it was): codes as above. An item of the table that was never written, and a part of the description that was
+    /// refused, are such reasons. Calling it twice is harmless and gives the same answer.
     int EndWriting();
 
 private:

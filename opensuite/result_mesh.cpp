@@ -1,0 +1,93 @@
+#include "result_mesh.h"
+
+#include "cgns_reader.h"
+#include "result_layout.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <limits>
+
+namespace tav3d::opensuite
+{
+
+namespace fs = std::filesystem;
+namespace layout = result_layout;
+
+namespace
+{
+
+/// Paths of the nodes of one label below `parent`.
+std::vector<std::string> childrenWithLabel(const CgnsReader& reader, const std::string& parent, std::initializer_list<const char*> labels)
+{
+    std::vector<std::string> found;
+    for (const std::string& name : reader.children(parent))
+    {
+        const CgnsNodeInfo info = reader.info(childPath(parent, name));
+        if (std::find(labels.begin(), labels.end(), info.label) != labels.end())
+            found.push_back(name);
+    }
+    return found;
+}
+
+/// Node and cell count of a zone.
+std::array<std::int64_t, 2> zoneSize(const CgnsReader& reader, const std::string& zone)
+{
+    const std::vector<std::int32_t> size = reader.read<std::int32_t>(zone, 3, 3);
+    if (size[0] < 1 || size[1] < 0)
+        reader.fail(zone, "impossible node or cell count");
+    return {size[0], size[1]};
+}
+
+} // namespace
+
+std::optional<ResultMesh> findResultMesh(const std::string& path, bool onCutCellMesh)
+{
+    std::error_code ignored;
+    if (!fs::exists(fs::path(path), ignored))
+        return {};
+    const CgnsReader reader(path);
+    const std::vector<std::string> bases = childrenWithLabel(reader, "/", {layout::labelBase});
+    if (bases.empty() || reader.has(childPath(childPath("/", bases[0]), layout::description)))
+        throw FileError(FileFailure::WrongKind, path, "", "is no mesh file");
+
+    ResultMesh mesh;
+    mesh.basePath = childPath("/", bases[0]);
+    const char* zones[2] = {layout::voxelZone, layout::cutCellZone};
+    for (std::size_t k = 0; k < 2; ++k)
+    {
+        const std::string zone = childPath(mesh.basePath, zones[k]);
+        if (!reader.has(zone))
+            continue;
+        const auto [nodes, cells] = zoneSize(reader, zone);
+        mesh.bothNodes[k] = nodes;
+        if (onCutCellMesh == (k == 1))
+        {
+            mesh.nodeTotal = nodes;
+            mesh.cellTotal = cells;
+            mesh.zonePath = zone;
+        }
+    }
+    if (mesh.zonePath.empty())
+        reader.fail(zones[onCutCellMesh ? 1 : 0], "the mesh is missing");
+    mesh.geometry = childrenWithLabel(reader, mesh.zonePath, {"GridCoordinates_t", "Elements_t", "ZoneBC_t"});
+    mesh.families = childrenWithLabel(reader, mesh.basePath, {"Family_t"});
+    return mesh;
+}
+
+std::string meshPathToStore(const std::string& meshFile, const std::string& resultFile)
+{
+    std::error_code error;
+    const fs::path mesh = fs::weakly_canonical(fs::absolute(fs::path(meshFile)), error);
+    const fs::path folder = error ? fs::path() : fs::weakly_canonical(fs::absolute(fs::path(resultFile)).parent_path(), error);
+    const fs::path relative = error ? fs::path() : mesh.lexically_relative(folder);
+    return relative.empty() ? fs::path(meshFile).generic_string() : relative.generic_string();
+}
+
+std::string meshPathFromStored(const std::string& stored, const std::string& resultFile)
+{
+    if (stored.empty())
+        return stored;
+    return (fs::path(resultFile).parent_path() / fs::path(stored)).lexically_normal().string();
+}
+
+} // namespace tav3d::opensuite

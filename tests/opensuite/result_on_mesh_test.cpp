@@ -1,0 +1,180 @@
+// Result files beside the mesh file that they stand on.
+
+#include "opensuite/cgns_reader.h"
+#include "opensuite/mesh_file.h"
+#include "result_samples.h"
+#include "support/mesh_models.h"
+#include "support/scratch_folder.h"
+
+using namespace tav3d::test;
+using tav3d::opensuite::CgnsReader;
+namespace fs = std::filesystem;
+
+namespace
+{
+
+/// Folder with a mesh file in "model/part.krn" and room for results in "runs".
+struct MeshFolder
+{
+    ScratchFolder folder;
+    std::string mesh = folder.file("model/part.krn");
+    tav3d::opensuite::MeshModel model = modelWithInsert();
+    CBinaryInform d;
+    Values values;
+
+    MeshFolder()
+    {
+        fs::create_directory(folder.path() / "model");
+        fs::create_directory(folder.path() / "runs");
+        tav3d::opensuite::writeMeshFile(mesh, model);
+        const int n = static_cast<int>(model.voxel.nodeTotal());
+        d.m_strMeshFile = mesh;
+        d.m_nVoxelNode = n;
+        d.m_nCutCellNode = static_cast<int>(model.cutCell.nodeTotal());
+        d.m_ResultItem = {{1, 1, 0, 0, "Time", "s"}};
+        d.m_ResultType = {{1, {n, false, {}}}};
+        for (int k = 0; k <= n; ++k)
+            values[1].push_back(static_cast<float>(k));
+    }
+};
+
+} // namespace
+
+TEST(ResultOnMesh, zone_has_the_size_and_links_to_the_geometry_of_the_mesh)
+{
+    MeshFolder f;
+    const std::string file = f.folder.file("runs/a.q7f");
+    ASSERT_EQ(writeResult(file, f.d, f.values), 0);
+    const CgnsReader reader(file);
+    EXPECT_EQ(reader.read<std::int32_t>("/Results/Voxel", 3, 3), (std::vector<std::int32_t>{216, 125, 0}));
+    int links = 0;
+    for (const std::string& name : reader.children("/Results/Voxel"))
+    {
+        if (reader.info("/Results/Voxel/" + name).type != tav3d::opensuite::CgnsType::Link)
+            continue;
+        ++links;
+        const auto target = reader.readLink("/Results/Voxel/" + name);
+        EXPECT_EQ(target.file, "../model/part.krn");
+        EXPECT_TRUE(CgnsReader(f.mesh).has(target.path)) << target.path;
+    }
+    EXPECT_EQ(links, 6) << "coordinates, four sections, boundary conditions";
+    EXPECT_TRUE(reader.has("/Results/Voxel/GridCoordinates"));
+    EXPECT_TRUE(reader.has("/Results/Voxel/Plastic"));
+    EXPECT_TRUE(reader.has("/Results/Voxel/ZoneBC"));
+}
+
+TEST(ResultOnMesh, mesh_path_comes_back_as_seen_from_the_working_directory)
+{
+    MeshFolder f;
+    ASSERT_EQ(writeResult(f.folder.file("runs/a.q7f"), f.d, f.values), 0);
+    CTAV3DResultReader_Manipulator reader;
+    ASSERT_EQ(reader.BeginReading(f.folder.file("runs/a.q7f").c_str(), nullptr), 0);
+    CBinaryInform read;
+    CBinaryWriteTools::GetBinaryInform(read, reader, 0);
+    EXPECT_EQ(read.m_strMeshFile, f.mesh);
+    EXPECT_EQ(read.m_nVoxelNode, 216);
+    EXPECT_EQ(read.m_nCutCellNode, 218);
+}
+
+TEST(ResultOnMesh, result_and_mesh_may_move_together)
+{
+    MeshFolder f;
+    ASSERT_EQ(writeResult(f.folder.file("runs/a.q7f"), f.d, f.values), 0);
+    fs::create_directory(f.folder.path() / "archive");
+    fs::rename(f.folder.path() / "runs", f.folder.path() / "archive/runs");
+    fs::rename(f.folder.path() / "model", f.folder.path() / "archive/model");
+    CTAV3DResultReader_Manipulator reader;
+    ASSERT_EQ(reader.BeginReading(f.folder.file("archive/runs/a.q7f").c_str(), nullptr), 0);
+    CBinaryInform read;
+    CBinaryWriteTools::GetBinaryInform(read, reader, 0);
+    EXPECT_EQ(read.m_strMeshFile, f.folder.file("archive/model/part.krn"));
+}
+
+TEST(ResultOnMesh, result_is_read_and_written_without_its_mesh)
+{
+    MeshFolder f;
+    ASSERT_EQ(writeResult(f.folder.file("runs/a.q7f"), f.d, f.values), 0);
+    fs::remove(f.mesh);
+    CTAV3DResultReader_Manipulator reader;
+    ASSERT_EQ(reader.BeginReading(f.folder.file("runs/a.q7f").c_str(), nullptr), 0);
+    CBinaryInform read;
+    CBinaryWriteTools::GetBinaryInform(read, reader, 0);
+    EXPECT_EQ(fullResult(1, 1, read, reader).back(), 216.0f);
+
+    ASSERT_EQ(writeResult(f.folder.file("runs/b.q7f"), read, f.values), 0);
+    const CgnsReader copy(f.folder.file("runs/b.q7f"));
+    EXPECT_EQ(copy.read<std::int32_t>("/Results/Voxel", 3, 3), (std::vector<std::int32_t>{216, 0, 0}));
+    EXPECT_FALSE(copy.has("/Results/Voxel/GridCoordinates"));
+    EXPECT_EQ(copy.readText("/Results/TavResult/MeshFile", 100), "../model/part.krn");
+}
+
+TEST(ResultOnMesh, same_result_beside_its_mesh_in_another_place_has_the_same_bytes)
+{
+    MeshFolder f;
+    MeshFolder g;
+    ASSERT_EQ(writeResult(f.folder.file("runs/a.q7f"), f.d, f.values), 0);
+    ASSERT_EQ(writeResult(g.folder.file("runs/a.q7f"), g.d, g.values), 0);
+    EXPECT_TRUE(readBytes(f.folder.file("runs/a.q7f")) == readBytes(g.folder.file("runs/a.q7f")));
+}
+
+TEST(ResultOnMesh, mesh_in_contradiction_to_the_recorded_counts_is_refused)
+{
+    MeshFolder f;
+    const std::string file = f.folder.file("runs/a.q7f");
+    for (const int add : {-1, 1})
+    {
+        CTAV3DResultWriter_Manipulator writer;
+        ASSERT_EQ(writer.BeginWriting(file.c_str(), nullptr, false), 0);
+        CBinaryInform wrong = f.d;
+        wrong.m_nCutCellNode += add;
+        expectOneLine(errorOutput([&] { EXPECT_EQ(CBinaryWriteTools::WriteHeadFileInfo_time(wrong, writer, 0), -3); }),
+                      {file, "head", f.mesh, "218", "cut-cell", std::to_string(218 + add)});
+        wrong = f.d;
+        wrong.m_nVoxelNode += add;
+        expectOneLine(errorOutput([&] { EXPECT_EQ(CBinaryWriteTools::WriteHeadFileInfo_time(wrong, writer, 0), -3); }), {"216", "voxel"});
+        errorOutput([&] { EXPECT_EQ(writer.EndWriting(), -3); });
+        EXPECT_FALSE(fs::exists(file));
+    }
+}
+
+TEST(ResultOnMesh, counts_that_are_not_recorded_come_from_the_mesh)
+{
+    MeshFolder f;
+    f.d.m_nVoxelNode = 0;
+    f.d.m_nCutCellNode = 0;
+    ASSERT_EQ(writeResult(f.folder.file("runs/a.q7f"), f.d, f.values), 0);
+    CTAV3DResultReader_Manipulator reader;
+    ASSERT_EQ(reader.BeginReading(f.folder.file("runs/a.q7f").c_str(), nullptr), 0);
+    CBinaryInform read;
+    CBinaryWriteTools::GetBinaryInform(read, reader, 0);
+    EXPECT_EQ(read.m_nVoxelNode, 216);
+    EXPECT_EQ(read.m_nCutCellNode, 218);
+}
+
+TEST(ResultOnMesh, mesh_file_is_no_result_and_result_is_no_mesh)
+{
+    MeshFolder f;
+    CTAV3DResultReader_Manipulator reader;
+    expectOneLine(errorOutput([&] { EXPECT_EQ(reader.BeginReading(f.mesh.c_str(), nullptr), -4); }), {f.mesh, "no result file"});
+
+    ASSERT_EQ(writeResult(f.folder.file("runs/a.q7f"), f.d, f.values), 0);
+    CTAV3DResultWriter_Manipulator writer;
+    ASSERT_EQ(writer.BeginWriting(f.folder.file("runs/b.q7f").c_str(), nullptr, false), 0);
+    f.d.m_strMeshFile = f.folder.file("runs/a.q7f");
+    expectOneLine(errorOutput([&] { EXPECT_EQ(CBinaryWriteTools::WriteHeadFileInfo_time(f.d, writer, 0), -3); }),
+                  {"runs/a.q7f", "is no mesh file"});
+}
+
+TEST(ResultOnMesh, names_with_blanks_and_letters_of_other_alphabets_are_fine)
+{
+    MeshFolder f;
+    const fs::path folder = f.folder.path() / "Gehäuse Läufe";
+    fs::create_directory(folder);
+    const std::string file = (folder / "größe 1.q7f").string();
+    ASSERT_EQ(writeResult(file, f.d, f.values), 0);
+    CTAV3DResultReader_Manipulator reader;
+    ASSERT_EQ(reader.BeginReading(file.c_str(), nullptr), 0);
+    CBinaryInform read;
+    CBinaryWriteTools::GetBinaryInform(read, reader, 0);
+    EXPECT_EQ(read.m_strMeshFile, f.mesh);
+}
