@@ -1,0 +1,410 @@
+#include "Tav3dQ7XMapping_Voxel2CutCell.h"
+
+#include "TAV3DCoolTools.h"
+#include "TAV3DResultEngine.h"
+#include "driver_reference.h"
+#include "opensuite/mesh_file.h"
+#include "support/mapping_models.h"
+#include "support/scratch_folder.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <filesystem>
+
+using namespace tav3d::test;
+using tav3d::opensuite::MeshModel;
+
+/// The driver's private members, for tests alone.
+struct Tav3dQ7XMappingTestAccess
+{
+    using Driver = CTav3dQ7XMapping_Voxel2CutCell;
+    static bool isCavity(Driver& driver, int fileType, int item, bool& flag)
+    {
+        driver.m_eFileType = static_cast<Driver::eResultFileType>(fileType);
+        return driver.IfCavityResult(item, flag);
+    }
+    static int fileType(const Driver& driver) { return driver.m_eFileType; }
+    static int solver(const Driver& driver) { return driver.m_SolverType; }
+    static const void* mapping(const Driver& driver) { return driver.m_pMeshMapping; }
+    static void forgetMapping(Driver& driver) { driver.m_pMeshMapping = nullptr; }
+    static void pretendConfigured(Driver& driver) { driver.m_bSetParameters = true; }
+    static void printDiagnostics(Driver& driver) { driver.m_iDebugPrint = 1; }
+    static int classify(Driver& driver, const std::string& file) { return driver.GetFileType(file); }
+};
+using Access = Tav3dQ7XMappingTestAccess;
+
+namespace
+{
+
+constexpr const char* extensions[] = {".q7f", ".q7p", ".q7c", ".rsc", ".q7hc", nullptr, ".rsf"}; // by file type
+
+/// A field that differs at every node, with zeros among it and a shape of its own per item.
+std::vector<float> field(std::size_t nodes, int seed)
+{
+    std::vector<float> value(nodes + 1, 0.0f);
+    for (std::size_t n = 1; n <= nodes; ++n)
+        value[n] = n % 17 == 3 ? 0.0f : static_cast<float>((n * 7919u + static_cast<std::size_t>(seed) * 104729u) % 1009u) - 300.5f;
+    return value;
+}
+
+/// Items in and out of the tables of all file kinds; types 3 and 5 stand behind ID maps.
+std::vector<VoxelItem> sampleItems(const MeshModel& model, bool withPartSurfaceType)
+{
+    const std::size_t nodes = model.voxel.nodeTotal();
+    std::vector<VoxelItem> items;
+    for (const int number : {1, 6, 9, 17, 33, 99})
+        items.push_back({number, 1, field(nodes, number), 1000.0f + static_cast<float>(number), -1000.0f - static_cast<float>(number)});
+    items.push_back({4, 3, field(nodes, 4), 71.0f, -71.0f});
+    if (withPartSurfaceType)
+        items.push_back({16, 5, field(nodes, 16), 72.0f, -72.0f});
+    // Values behind a map exist at every second node only.
+    for (VoxelItem& item : items)
+        if (item.type != 1)
+            for (std::size_t n = 2; n <= nodes; n += 2)
+                item.value[n] = 0.0f;
+    return items;
+}
+
+void writeVoxelResult(const std::string& file, const std::string& mesh, const MeshModel& model, const std::vector<VoxelItem>& items)
+{
+    const int nodes = static_cast<int>(model.voxel.nodeTotal());
+    CBinaryInform inform;
+    inform.m_strTitle = "voxel result";
+    inform.m_strMeshFile = mesh;
+    inform.m_nVoxelNode = nodes;
+    inform.m_nCutCellNode = static_cast<int>(model.cutCell.nodeTotal());
+    std::vector<int> odd{0};
+    for (int n = 1; n <= nodes; n += 2)
+        odd.push_back(n);
+    const int nOdd = static_cast<int>(odd.size()) - 1;
+    CBinaryWriteTools::SetResultItemDimension(1, inform, nodes, false);
+    for (const VoxelItem& item : items)
+    {
+        inform.m_ResultItem.push_back(
+            {item.number, item.type, item.recordedMax, item.recordedMin, "Item " + std::to_string(item.number), ""});
+        if (item.type == 1)
+            continue;
+        CBinaryWriteTools::SetResultItemDimension(item.type, inform, nOdd, true);
+        CBinaryWriteTools::SetResultItemMappingIDArray(item.type, inform, nOdd, odd.data());
+    }
+
+    CTAV3DResultWriter_Manipulator writer;
+    ASSERT_EQ(writer.BeginWriting(file.c_str(), nullptr, false), 0);
+    ASSERT_EQ(CBinaryWriteTools::WriteHeadFileInfo_time(inform, writer, 0.0), 0);
+    ASSERT_EQ(CBinaryWriteTools::WriteCoolInfo(inform, writer), 0);
+    ASSERT_EQ(CBinaryWriteTools::WriteMultipleTimeStepOutputInfo(inform, writer), 0);
+    ASSERT_EQ(CBinaryWriteTools::WriteResultItemInfo(inform, writer), 0);
+    ASSERT_EQ(CBinaryWriteTools::WriteResultTypeInfo(inform, writer), 0);
+    ASSERT_EQ(CBinaryWriteTools::WriteResultDataIDMap(inform, writer), 0);
+    writer.SetHasVentingResult(true);
+    for (const VoxelItem& item : items)
+    {
+        std::vector<float> stored = item.value;
+        if (item.type != 1)
+            for (int i = 1; i <= nOdd; ++i)
+                stored[static_cast<std::size_t>(i)] = item.value[static_cast<std::size_t>(odd[static_cast<std::size_t>(i)])];
+        ASSERT_EQ(writer.WriteResultItem(item.number, stored.data()), 0);
+    }
+    ASSERT_EQ(writer.EndWriting(), 0);
+}
+
+/// A model on the disk with a voxel result.
+class DriverTest : public testing::Test
+{
+protected:
+    void prepare(const MeshModel& m, int fileType)
+    {
+        model = m;
+        mesh = folder.file("part.krn");
+        tav3d::opensuite::writeMeshFile(mesh, model);
+        items = sampleItems(model, fileType == 2 || fileType == 3 || fileType == 4);
+        result = folder.file(std::string("part") + extensions[fileType]);
+        writeVoxelResult(result, mesh, model, items);
+    }
+
+    ScratchFolder folder;
+    MeshModel model;
+    std::string mesh;
+    std::string result;
+    std::vector<VoxelItem> items;
+};
+
+/// Compares a mapped file with what the reference says, bit for bit.
+void expectMapped(const std::string& file, const MeshModel& model, const std::vector<VoxelItem>& items, const MappingRun& run)
+{
+    const std::vector<MappedItem> expected = mappedReference(model, items, run);
+    CTAV3DResultReader_Manipulator reader;
+    ASSERT_EQ(reader.BeginReading(file.c_str(), nullptr), 0);
+    EXPECT_TRUE(reader.GetHasVentingResult());
+    CBinaryInform inform;
+    CBinaryWriteTools::GetBinaryInform(inform, reader, 0);
+    EXPECT_TRUE(inform.m_bOnCutCellMesh);
+    ASSERT_EQ(inform.m_ResultItem.size(), items.size());
+    for (std::size_t k = 0; k < items.size(); ++k)
+    {
+        SCOPED_TRACE("item " + std::to_string(items[k].number));
+        const CBinaryResultItem& item = inform.m_ResultItem[k];
+        EXPECT_EQ(item.m_iResultItemID, items[k].number);
+        EXPECT_EQ(item.m_iResultType, items[k].type);
+        EXPECT_EQ(item.m_fMax, expected[k].max);
+        EXPECT_EQ(item.m_fMin, expected[k].min);
+        int n = 0;
+        const float* full = CBinaryWriteTools::FullResultFromMappingResult_Create(items[k].number, items[k].type, inform, reader, n);
+        ASSERT_NE(full, nullptr);
+        ASSERT_EQ(static_cast<std::size_t>(n) + 1, expected[k].value.size());
+        EXPECT_EQ(std::memcmp(full + 1, expected[k].value.data() + 1, static_cast<std::size_t>(n) * sizeof(float)), 0);
+    }
+}
+
+} // namespace
+
+TEST(Driver, is_unconfigured_after_construction)
+{
+    const CTav3dQ7XMapping_Voxel2CutCell driver;
+    EXPECT_EQ(Access::fileType(driver), 5);
+    EXPECT_EQ(Access::solver(driver), 3);
+    EXPECT_EQ(Access::mapping(driver), nullptr);
+}
+
+TEST(Driver, setters_return_1)
+{
+    CTav3dQ7XMapping_Voxel2CutCell driver;
+    EXPECT_EQ(driver.SetMultipleTimeStepMode(2), 1);
+    EXPECT_EQ(driver.DebugControl(1, 0), 1);
+}
+
+TEST(Driver, mapping_before_a_mesh_is_set_gives_2_and_prints_nothing)
+{
+    CTav3dQ7XMapping_Voxel2CutCell driver;
+    std::string file = "part.q7f";
+    std::string target = "target.q7f";
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(driver.Voxel2CutCellResult(file, 1), 2);
+    EXPECT_EQ(driver.Voxel2CutCellResult(file, target, 1), 2);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+}
+
+TEST(Driver, missing_mesh_file_gives_0_and_leaves_the_driver_unconfigured)
+{
+    CTav3dQ7XMapping_Voxel2CutCell driver;
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(driver.SetParameters("no such file.krn", 1, 0), 0);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    std::string file = "part.q7f";
+    EXPECT_EQ(driver.Voxel2CutCellResult(file, 0), 2);
+}
+
+TEST(Driver, missing_mapping_object_gives_minus_2)
+{
+    CTav3dQ7XMapping_Voxel2CutCell driver;
+    Access::pretendConfigured(driver);
+    std::string file = "a.q7f";
+    std::string target = "b.q7f";
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(driver.Voxel2CutCellResult(file, target, 0), -2);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "You have to call SetParameters() first.");
+}
+
+TEST(Driver, unknown_type_knows_no_item_and_leaves_the_flag_alone)
+{
+    CTav3dQ7XMapping_Voxel2CutCell driver;
+    bool flag = true;
+    EXPECT_FALSE(Access::isCavity(driver, 5, 6, flag));
+    EXPECT_TRUE(flag);
+    EXPECT_TRUE(Access::isCavity(driver, 3, 6, flag));
+    EXPECT_FALSE(flag);
+}
+
+TEST(Driver, diagnostics_print_extension_solver_and_type)
+{
+    CTav3dQ7XMapping_Voxel2CutCell driver;
+    Access::printDiagnostics(driver);
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(Access::classify(driver, "a.b/part.q7hc"), 4);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "File ExtendFilename =.q7hc\nm_SolverType=2\nm_eFileType=4\n");
+}
+
+TEST(Driver, second_capture_table_is_not_allocated_over_the_first)
+{
+    CTav3dQ7XMapping_Voxel2CutCell driver;
+    float** table = nullptr;
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(driver.NewResultArrayforTecplot(2, table), 1);
+    float** const first = table;
+    EXPECT_EQ(driver.NewResultArrayforTecplot(5, table), 1);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "TotalNode = 2\n");
+    EXPECT_EQ(table, first);
+    for (int row = 0; row < 3; ++row)
+    {
+        for (int n = 0; n <= 2; ++n)
+            EXPECT_EQ(table[row][n], 0.0f);
+        delete[] table[row];
+    }
+    delete[] table;
+}
+
+TEST_F(DriverTest, every_kind_mode_and_insert_mode_gives_the_values_of_the_reference)
+{
+    for (const int fileType : {0, 1, 2, 3, 4, 6})
+    {
+        prepare(tav3d::test::plateWithInsertModel(0.9f), fileType);
+        for (const int mode : {0, 1, 2})
+            for (const int partInsertMode : {0, 1})
+            {
+                testing::internal::CaptureStdout();
+                CTav3dQ7XMapping_Voxel2CutCell driver;
+                ASSERT_EQ(driver.SetParameters(mesh.c_str(), mode, partInsertMode), 0);
+                for (const bool smooth : {false, true})
+                {
+                    SCOPED_TRACE(result + " mode " + std::to_string(mode) + " insert mode " + std::to_string(partInsertMode) +
+                                 (smooth ? " smoothed" : ""));
+                    std::string target = folder.file("mapped.out");
+                    ASSERT_EQ(driver.Voxel2CutCellResult(result, target, smooth ? 1 : 0), 1);
+                    expectMapped(target, model, items, {fileType, mode, partInsertMode, smooth});
+                }
+                testing::internal::GetCapturedStdout();
+            }
+    }
+}
+
+TEST_F(DriverTest, smoothing_changes_cavity_items_in_mode_1_only)
+{
+    prepare(tav3d::test::plateModel(), 0);
+    testing::internal::CaptureStdout();
+    for (const int mode : {0, 1, 2})
+    {
+        CTav3dQ7XMapping_Voxel2CutCell driver;
+        driver.SetParameters(mesh.c_str(), mode, 0);
+        std::string plain = folder.file("plain.q7f");
+        std::string smoothed = folder.file("smoothed.q7f");
+        ASSERT_EQ(driver.Voxel2CutCellResult(result, plain, 0), 1);
+        ASSERT_EQ(driver.Voxel2CutCellResult(result, smoothed, 1), 1);
+        EXPECT_EQ(readBytes(plain) == readBytes(smoothed), mode != 1) << "mode " << mode;
+    }
+    testing::internal::GetCapturedStdout();
+}
+
+TEST_F(DriverTest, in_place_the_voxel_file_moves_aside_and_the_mapped_file_takes_its_name)
+{
+    prepare(tav3d::test::plateModel(), 0);
+    const std::string voxelBytes = readBytes(result);
+    testing::internal::CaptureStdout();
+    CTav3dQ7XMapping_Voxel2CutCell driver;
+    driver.SetParameters(mesh.c_str(), 1, 0);
+    std::string direct = folder.file("direct.q7f");
+    ASSERT_EQ(driver.Voxel2CutCellResult(result, direct, 1), 1);
+    writeBytes(folder.file("part_vox.q7f"), "an older voxel file");
+    ASSERT_EQ(driver.Voxel2CutCellResult(result, 1), 1);
+    testing::internal::GetCapturedStdout();
+    EXPECT_EQ(readBytes(folder.file("part_vox.q7f")), voxelBytes);
+    EXPECT_EQ(readBytes(result), readBytes(direct)); // the same input gives the same bytes
+}
+
+TEST_F(DriverTest, source_that_cannot_be_opened_gives_minus_1_and_two_lines)
+{
+    prepare(tav3d::test::plateModel(), 0);
+    CTav3dQ7XMapping_Voxel2CutCell driver;
+    testing::internal::CaptureStdout();
+    driver.SetParameters(mesh.c_str(), 0, 0);
+    testing::internal::GetCapturedStdout();
+    std::string source = folder.file("missing.q7f");
+    std::string target = folder.file("target.q7f");
+    writeBytes(target, "what stood there");
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr(); // the suite's own line
+    EXPECT_EQ(driver.Voxel2CutCellResult(source, target, 0), -1);
+    testing::internal::GetCapturedStderr();
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              " FileName = " + source + ", Error = -2\n Cannot open result file for mapping result in Orvel project.\n");
+    EXPECT_EQ(readBytes(target), "what stood there");
+}
+
+TEST_F(DriverTest, target_that_cannot_be_opened_gives_minus_1_and_two_lines)
+{
+    prepare(tav3d::test::plateModel(), 0);
+    CTav3dQ7XMapping_Voxel2CutCell driver;
+    testing::internal::CaptureStdout();
+    driver.SetParameters(mesh.c_str(), 0, 0);
+    testing::internal::GetCapturedStdout();
+    std::string target = folder.file("no such folder/target.q7f");
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(driver.Voxel2CutCellResult(result, target, 0), -1);
+    testing::internal::GetCapturedStderr();
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              " FileName = " + target + ", Error = -2\n Cannot open result file for mapping result in Orvel project.\n");
+}
+
+TEST_F(DriverTest, name_without_a_dot_is_out_of_range_and_nothing_moves)
+{
+    prepare(tav3d::test::plateModel(), 0);
+    CTav3dQ7XMapping_Voxel2CutCell driver;
+    testing::internal::CaptureStdout();
+    driver.SetParameters(mesh.c_str(), 0, 0);
+    testing::internal::GetCapturedStdout();
+    std::string source = "/result without a dot";
+    EXPECT_THROW(driver.Voxel2CutCellResult(source, 0), std::out_of_range);
+}
+
+TEST_F(DriverTest, extension_outside_of_the_table_copies_every_item_unmapped)
+{
+    prepare(tav3d::test::plateModel(), 0);
+    std::string source = folder.file("part.Q7F");
+    std::filesystem::rename(result, source);
+    CTav3dQ7XMapping_Voxel2CutCell driver;
+    testing::internal::CaptureStdout();
+    driver.SetParameters(mesh.c_str(), 1, 0);
+    std::string target = folder.file("target.q7f");
+    ASSERT_EQ(driver.Voxel2CutCellResult(source, target, 1), 1);
+    testing::internal::GetCapturedStdout();
+    EXPECT_EQ(Access::fileType(driver), 5);
+    expectMapped(target, model, items, {5, 1, 0, true});
+}
+
+TEST_F(DriverTest, tecplot_output_captures_items_1_and_6)
+{
+    prepare(tav3d::test::plateModel(), 0);
+    const auto before = std::filesystem::current_path();
+    std::filesystem::current_path(folder.path());
+    {
+        CTav3dQ7XMapping_Voxel2CutCell driver;
+        driver.DebugControl(0, 1);
+        testing::internal::CaptureStdout();
+        driver.SetParameters(mesh.c_str(), 0, 0);
+        testing::internal::GetCapturedStdout();
+        std::string target = folder.file("target.q7f");
+        testing::internal::CaptureStdout();
+        ASSERT_EQ(driver.Voxel2CutCellResult(result, target, 0), 1);
+        EXPECT_EQ(testing::internal::GetCapturedStdout(), "TotalNode = 252\nTotalNode = 252\n");
+    }
+    std::filesystem::current_path(before);
+    EXPECT_TRUE(std::filesystem::exists(folder.file("VoxelResultt=1.000000_.plt")));
+    ASSERT_TRUE(std::filesystem::exists(folder.file("CutCellResultt=2.000000_.plt")));
+    std::ifstream file(folder.file("CutCellResultt=2.000000_.plt"));
+    std::string line;
+    std::getline(file, line);
+    std::getline(file, line);
+    for (std::size_t n = 1; n <= 252; ++n) // both meshes are the same grid, so node n keeps its values
+    {
+        float x = 0, y = 0, z = 0, first = 0, second = 0;
+        file >> x >> y >> z >> first >> second;
+        EXPECT_EQ(first, items[0].value[n]) << "node " << n;
+        EXPECT_EQ(second, items[1].value[n]) << "node " << n;
+    }
+}
+
+TEST_F(DriverTest, second_model_replaces_the_first)
+{
+    prepare(tav3d::test::plateModel(), 0);
+    CTav3dQ7XMapping_Voxel2CutCell driver;
+    testing::internal::CaptureStdout();
+    driver.SetParameters(mesh.c_str(), 1, 0);
+    prepare(tav3d::test::plateWithInsertModel(0.9f), 2);
+    driver.SetParameters(mesh.c_str(), 1, 0);
+    std::string target = folder.file("target.q7c");
+    ASSERT_EQ(driver.Voxel2CutCellResult(result, target, 0), 1);
+    testing::internal::GetCapturedStdout();
+    expectMapped(target, model, items, {2, 1, 0, false});
+}
