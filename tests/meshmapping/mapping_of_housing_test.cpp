@@ -86,10 +86,10 @@ TEST_P(HousingMapping, keeps_a_constant_field)
 INSTANTIATE_TEST_SUITE_P(Modes, HousingMapping,
                          testing::Values(Case{false, 0, 0}, Case{false, 1, 0}, Case{false, 2, 0}, Case{false, 1, 1}, Case{true, 0, 0},
                                          Case{true, 0, 1}, Case{true, 1, 0}, Case{true, 1, 1}, Case{true, 2, 0}, Case{true, 2, 1}),
-                         [](const auto& info)
+                         [](const auto& test)
                          {
-                             return std::string(info.param.withInsert ? "insert" : "plain") + "_mode" + std::to_string(info.param.mode) +
-                                    "_insertmode" + std::to_string(info.param.insertMode);
+                             return std::string(test.param.withInsert ? "insert" : "plain") + "_mode" + std::to_string(test.param.mode) +
+                                    "_insertmode" + std::to_string(test.param.insertMode);
                          });
 
 } // namespace
