@@ -416,6 +416,7 @@ TEST(MappingEngineFailure, prints_two_lines_waits_for_one_character_and_goes_on)
     EXPECT_EQ(child.exitStatus(), 0);
 }
 
+// DELIBERATE set-up-returns-zero
 TEST(MappingEngineFailure, leaves_the_status_zero_and_overwrites_the_node_count_of_the_file)
 {
     const ScratchFolder folder;

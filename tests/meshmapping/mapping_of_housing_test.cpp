@@ -23,7 +23,7 @@ const opensuite::MeshModel& housing(bool withInsert)
         if (insert)
             inserts.push_back({"insert.stl", tools::readStl(data + "insert.stl")});
         tools::ModelOptions options;
-        options.cellSize = 4.0;
+        options.cellSize = 2.0; // about 12,000 voxel and 19,000 cut-cell nodes
         options.margin = 1;
         options.scaleFactor = 0.1;
         return tools::buildModel({"housing.stl", tools::readStl(data + "housing.stl")}, inserts, options).model;
@@ -46,7 +46,7 @@ TEST_P(HousingMapping, agrees_with_the_references)
 {
     const auto [withInsert, mode, insertMode] = GetParam();
     const opensuite::MeshModel& model = housing(withInsert);
-    ASSERT_GT(model.voxel.nodeTotal(), 1000u);
+    ASSERT_GT(model.voxel.nodeTotal(), 10000u);
     ASSERT_EQ(model.cutCell.partInsert.empty(), !withInsert);
     MappedModel mapped(model, mode, insertMode);
     EXPECT_EQ(mapped.console, "");

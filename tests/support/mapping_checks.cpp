@@ -161,13 +161,14 @@ void expectPickUpAgreesWithReference(MappedModel& mapped, const opensuite::MeshM
     for (int i = 1; i <= v; ++i) // zero on one node in eleven, large and small elsewhere
         field[static_cast<std::size_t>(i)] = i % 11 == 0 ? 0.0f : static_cast<float>(std::sin(0.37 * i) * 100.0 + i % 5);
 
+    const std::vector<float> smoothedField = mapped.mode == 1 ? smoothedReference(voxel, field) : std::vector<float>();
     for (const bool smooth : {false, true})
         for (int type = 0; type <= 6; ++type)
         {
             if (smooth && mapped.mode != 1)
                 continue;
             SCOPED_TRACE("file type " + std::to_string(type) + (smooth ? ", smoothed" : ""));
-            const auto source = smooth ? smoothedReference(voxel, field) : field;
+            const std::vector<float>& source = smooth ? smoothedField : field;
             const bool cooling = type == 2 || type == 4;
             const float substitute = -12345.0f;
             std::vector<float> expected(static_cast<std::size_t>(c) + 1, 55.0f);
