@@ -179,7 +179,7 @@ int CTav3dMeshMappingArrary::SetParameters(const char* fileName, int method, int
         ReadKRN_VoxelMesh();
     }
     createMappingArray(fileName);
-    return 0;
+    return 0; // DELIBERATE set-up-returns-zero: whatever happened; what went wrong stands on standard output.
 }
 
 int CTav3dMeshMappingArrary::createMappingArray(const char* fileName)

@@ -13,7 +13,7 @@ namespace
 
 constexpr double pointHalfWidth = 1.0e-6; // points stand in the tree as small boxes
 
-std::unique_ptr<CTAVOptKer> buildTree(const SmoothingPoints& points)
+std::unique_ptr<CTAVOptKer> newTree(const SmoothingPoints& points)
 {
     const int n = points.x.count();
     double xMax = -1.0e10, yMax = -1.0e10, zMax = -1.0e10;
@@ -99,7 +99,7 @@ void fitRow(const std::vector<DistantNode>& near, int i, double lengthSquared, f
 SmoothingTable buildSmoothingTable(const SmoothingPoints& points, double lengthSquared, int neighbourTotal, float pi)
 {
     const int n = points.x.count();
-    SmoothingTable table{buildTree(points), RowTable<float>(n, neighbourTotal + 1), RowTable<int>(n, neighbourTotal + 1),
+    SmoothingTable table{newTree(points), RowTable<float>(n, neighbourTotal + 1), RowTable<int>(n, neighbourTotal + 1),
                          makeNumbered<int>(n)};
     const float norm = gaussNorm(pi);
     const double r0 = std::sqrt(lengthSquared);

@@ -52,6 +52,13 @@ private:
     int total_ = 0;
 };
 
+std::unique_ptr<CTAVOptKer> newTree(const std::array<double, 3>& max, const std::array<double, 3>& min)
+{
+    auto tree = std::make_unique<CTAVOptKer>();
+    tree->SetADTreeRange(max[0], max[1], max[2], min[0], min[1], min[2], 1, 10000, 200000);
+    return tree;
+}
+
 /// Coordinates, and the tree announced over their range.
 void readNodes(KRNIO_Manipulator& reader, double scale, VoxelMesh& mesh, bool progress)
 {
@@ -77,8 +84,7 @@ void readNodes(KRNIO_Manipulator& reader, double scale, VoxelMesh& mesh, bool pr
         std::cout << "dScaleFactor = " << scale << " NNode = " << mesh.nodeTotal << " iNode = " << k << '\n';
         std::cout << "Set Up Voxel ADTreeRange\n";
     }
-    mesh.tree = std::make_unique<CTAVOptKer>();
-    mesh.tree->SetADTreeRange(max[0], max[1], max[2], min[0], min[1], min[2], 1, 10000, 200000);
+    mesh.tree = newTree(max, min);
 }
 
 /// Marks and numbers the nodes of the plastic elements and measures the elements. The length of an element is the root of a twelfth

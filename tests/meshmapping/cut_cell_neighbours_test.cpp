@@ -32,7 +32,8 @@ struct Voxels
     }
 
     /// The row of one cut-cell node at a point.
-    std::vector<int> row(float px, float py, float pz, unsigned char onPart = 1, unsigned char onInsert = 0, float elementLengthSquared = 1.0f) const
+    std::vector<int> row(float px, float py, float pz, unsigned char onPart = 1, unsigned char onInsert = 0,
+                         float elementLengthSquared = 1.0f) const
     {
         const int n = static_cast<int>(x.size()) - 1;
         CTAVOptKer tree;
@@ -46,10 +47,13 @@ struct Voxels
         }
         const float cx[] = {0, px}, cy[] = {0, py}, cz[] = {0, pz};
         const unsigned char cutPart[] = {0, onPart}, cutInsert[] = {0, onInsert};
-        const auto rows = findCutCellNeighbours(
-            {{cx, 1}, {cy, 1}, {cz, 1}}, {{cutPart, 1}, {cutInsert, 1}},
-            {{{x.data(), n}, {y.data(), n}, {z.data(), n}}, {{part.data(), n}, {insert.data(), n}}, {nodeOfCompact.data(), n}, &tree, elementLengthSquared},
-            1);
+        const auto rows = findCutCellNeighbours({{cx, 1}, {cy, 1}, {cz, 1}}, {{cutPart, 1}, {cutInsert, 1}},
+                                                {{{x.data(), n}, {y.data(), n}, {z.data(), n}},
+                                                 {{part.data(), n}, {insert.data(), n}},
+                                                 {nodeOfCompact.data(), n},
+                                                 &tree,
+                                                 elementLengthSquared},
+                                                1);
         EXPECT_EQ(rows.rowOfNode[1], 1);
         return {rows.neighbour[1], rows.neighbour[1] + 11};
     }
@@ -74,8 +78,8 @@ TEST(CutCellSearch, takes_the_ten_nearest_of_the_first_cube_that_holds_ten_and_n
     Voxels voxels;
     for (int k = 0; k < 9; ++k)
         voxels.add(0, 0, 0.1f * static_cast<float>(k));
-    const int corner = voxels.add(2, 2, 2);      // in the first cube of half-width 2, at distance 3.46
-    const int nearer = voxels.add(2.1f, 0, 0);   // outside of it, at distance 2.1
+    const int corner = voxels.add(2, 2, 2);    // in the first cube of half-width 2, at distance 3.46
+    const int nearer = voxels.add(2.1f, 0, 0); // outside of it, at distance 2.1
     const auto row = voxels.row(0, 0, 0);
     EXPECT_EQ(row[10], corner);
     EXPECT_EQ(std::count(row.begin(), row.end(), nearer), 0);
