@@ -245,29 +245,34 @@ TEST(Driver, second_capture_table_is_not_allocated_over_the_first)
     delete[] table;
 }
 
-TEST_F(DriverTest, every_kind_mode_and_insert_mode_gives_the_values_of_the_reference)
+class DriverOfKind : public DriverTest, public testing::WithParamInterface<int>
 {
-    for (const int fileType : {0, 1, 2, 3, 4, 6})
-    {
-        prepare(tav3d::test::plateWithInsertModel(0.9f), fileType);
-        for (const int mode : {0, 1, 2})
-            for (const int partInsertMode : {0, 1})
+};
+
+TEST_P(DriverOfKind, gives_the_values_of_the_reference_in_every_mode)
+{
+    const int fileType = GetParam();
+    prepare(tav3d::test::plateWithInsertModel(0.9f), fileType);
+    for (const int mode : {0, 1, 2})
+        for (const int partInsertMode : {0, 1})
+        {
+            testing::internal::CaptureStdout();
+            CTav3dQ7XMapping_Voxel2CutCell driver;
+            ASSERT_EQ(driver.SetParameters(mesh.c_str(), mode, partInsertMode), 0);
+            for (const bool smooth : {false, true})
             {
-                testing::internal::CaptureStdout();
-                CTav3dQ7XMapping_Voxel2CutCell driver;
-                ASSERT_EQ(driver.SetParameters(mesh.c_str(), mode, partInsertMode), 0);
-                for (const bool smooth : {false, true})
-                {
-                    SCOPED_TRACE(result + " mode " + std::to_string(mode) + " insert mode " + std::to_string(partInsertMode) +
-                                 (smooth ? " smoothed" : ""));
-                    std::string target = folder.file("mapped.out");
-                    ASSERT_EQ(driver.Voxel2CutCellResult(result, target, smooth ? 1 : 0), 1);
-                    expectMapped(target, model, items, {fileType, mode, partInsertMode, smooth});
-                }
-                testing::internal::GetCapturedStdout();
+                SCOPED_TRACE("mode " + std::to_string(mode) + " insert mode " + std::to_string(partInsertMode) +
+                             (smooth ? " smoothed" : ""));
+                std::string target = folder.file("mapped.out");
+                ASSERT_EQ(driver.Voxel2CutCellResult(result, target, smooth ? 1 : 0), 1);
+                expectMapped(target, model, items, {fileType, mode, partInsertMode, smooth});
             }
-    }
+            testing::internal::GetCapturedStdout();
+        }
 }
+
+INSTANTIATE_TEST_SUITE_P(AllKinds, DriverOfKind, testing::Values(0, 1, 2, 3, 4, 6),
+                         [](const testing::TestParamInfo<int>& info) { return std::string(extensions[info.param]).substr(1); });
 
 TEST_F(DriverTest, smoothing_changes_cavity_items_in_mode_1_only)
 {
