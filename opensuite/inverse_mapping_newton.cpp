@@ -2,7 +2,7 @@
 //
 // Both maps are written as polynomials around the element's centre, so that a step costs one evaluation of position and Jacobian (18 and 21
 // multiplications) and one 3x3 system by Cramer's rule. The start is the centre, where the Jacobian of a valid element is regular. A step that does
-// not bring the image closer to the point is halved. Convergence is quadratic: after a step of 1e-8 the next would be at the level of rounding.
+// not bring the image closer to the point is halved. Convergence is quadratic: after a step of 1e-7 the next would be at the level of rounding.
 //
 // A strongly distorted element can lead the iteration astray although it holds the point. So when a point in the box around the nodes has no
 // solution from the centre, or one outside of the element, the search starts again from points around the centre.
@@ -22,7 +22,7 @@ namespace
 
 constexpr int maxSteps = 50;
 constexpr int maxHalvings = 8;
-constexpr double lastStep = 1e-8;
+constexpr double lastStep = 1e-7;
 constexpr double justInside = 1e-6; // a solution this close to the element is taken for one on its boundary
 
 struct Reference
@@ -70,6 +70,8 @@ public:
         image.residual = (p0_ + a.t * q0_) + (a.r * image.dr + a.s * image.ds);
         return image;
     }
+
+    [[nodiscard]] Image atCentre() const { return at(centre); }
 
     static bool isInside(const Reference& a)
     {
@@ -130,17 +132,19 @@ public:
         return image;
     }
 
+    [[nodiscard]] Image atCentre() const { return {c_, r_, s_, t_}; }
+
     static bool isInside(const Reference& a) { return std::max({std::abs(a.r), std::abs(a.s), std::abs(a.t)}) <= 1.0 + justInside; }
 
 private:
     Vector3 c_, r_, s_, t_, rs_, st_, rt_, rst_;
 };
 
+/// `image` is that of `start`.
 template <class Map>
-bool newton(const Map& map, const Reference& start, Reference& solution)
+bool newton(const Map& map, const Reference& start, Image image, Reference& solution)
 {
     Reference a = start;
-    Image image = map.at(a);
     double merit = dot(image.residual, image.residual);
     for (int step = 0; step < maxSteps; ++step)
     {
@@ -149,10 +153,10 @@ bool newton(const Map& map, const Reference& start, Reference& solution)
         const double scale = -1.0 / dot(image.dr, n);
         const Reference da{dot(image.residual, n) * scale, dot(image.residual, cross(image.dt, image.dr)) * scale,
                            dot(image.residual, cross(image.dr, image.ds)) * scale};
-        if (std::max({std::abs(da.r), std::abs(da.s), std::abs(da.t)}) <= lastStep)
+        if (std::abs(da.r) <= lastStep && std::abs(da.s) <= lastStep && std::abs(da.t) <= lastStep)
         {
             solution = {a.r + da.r, a.s + da.s, a.t + da.t};
-            return std::max({std::abs(solution.r), std::abs(solution.s), std::abs(solution.t)}) <= farthest;
+            return std::abs(solution.r) <= farthest && std::abs(solution.s) <= farthest && std::abs(solution.t) <= farthest;
         }
         double length = 1.0;
         for (int halving = 0;; ++halving)
@@ -185,12 +189,12 @@ bool invert(const double (&x)[3], const Nodes<Map::nodeCount>& node, double (&xi
 {
     const Map map(x, node);
     Reference solution = Map::centre;
-    bool found = newton(map, Map::centre, solution);
+    bool found = newton(map, Map::centre, map.atCentre(), solution);
     if (!(found && Map::isInside(solution)) && isInBox(x[0], node.X) && isInBox(x[1], node.Y) && isInBox(x[2], node.Z))
         for (const Reference& start : Map::otherStarts)
         {
             Reference other;
-            if (newton(map, start, other) && Map::isInside(other))
+            if (newton(map, start, map.at(start), other) && Map::isInside(other))
             {
                 solution = other;
                 found = true;

@@ -4,6 +4,7 @@
 //
 // Node order of the elements (as in CGNS and VTK, the prism as in CGNS): tetrahedron base 1 2 3, apex 4; pyramid base 1 2 3 4, apex 5;
 // prism base 1 2 3, top 4 5 6 above them; hexahedron base 1 2 3 4, top 5 6 7 8 above them. Bases run counter-clockwise as seen from inside.
+// (VTK's wedge numbers its nodes alike, but means the base to run clockwise; for shape functions that makes no difference.)
 
 /// A finite element with linear Lagrange shape functions. The caller deletes it.
 class CFEM_Elem3D
@@ -16,6 +17,7 @@ public:
     /// Shape functions of all nodes at the *physical* point (x, y, z).
     ///   X, Y, Z  in   node coordinates in element order, entries 0..GetNNode()-1
     ///   N        out  shape-function values, same entries; they sum to 1 wherever the point lies
+    /// Flat, collapsed and tangled elements have a defined answer too (docs/elements.md); numbers that are not finite give NaN.
     virtual void GetShapeFunction(double x, double y, double z, const double* X, const double* Y, const double* Z, double* N) const = 0;
 };
 
