@@ -235,6 +235,7 @@ int CTav3dQ7XMapping_Voxel2CutCell::Voxel2CutCellResult(std::string& voxelResult
         const int count = CBinaryWriteTools::GetResultItemDimension(resultType, target);
         const int* ids = CBinaryWriteTools::GetResultItemMappingIDArray(resultType, target);
         writer.WriteResultItem(itemId, throughIDMap(output.get(), nCutCellNode, ids, count).get());
+        // DELIBERATE map-items-keep-extremes
         max[k] = item.m_fMax;
         min[k] = item.m_fMin;
     }

@@ -39,6 +39,7 @@ std::string voxelFileName(const std::string& fileName)
 int removeWithRetries(const char* fileName, const FileCalls& calls)
 {
     int code = 0;
+    // DELIBERATE removal-waits: a file that is not there is a failure like any other.
     for (int attempt = 0; attempt < removeTries; ++attempt)
     {
         code = calls.remove(fileName);

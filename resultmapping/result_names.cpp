@@ -25,7 +25,7 @@ constexpr int rsfCavityItem = 9;
 
 std::string extensionOf(const std::string& fileName)
 {
-    return fileName.substr(fileName.rfind('.'));
+    return fileName.substr(fileName.rfind('.')); // DELIBERATE name-without-dot: npos is out of range
 }
 
 FileKind kindOfExtension(const std::string& extension)
@@ -41,6 +41,7 @@ FileKind kindOfExtension(const std::string& extension)
                                               {".q7c", {file_type::q7c, 2}},
                                               {".q7hc", {file_type::q7hc, 2}},
                                               {".rsc", {file_type::rsc, 2}}}};
+    // DELIBERATE extension-is-exact: neither case nor what follows a valid extension is forgiven.
     const auto row = std::find_if(rows.begin(), rows.end(), [&](const Row& r) { return r.extension == extension; });
     return row != rows.end() ? row->kind : FileKind{file_type::unknown, 3};
 }

@@ -25,6 +25,7 @@ void TecplotCapture::add(const float* values, int nNode)
 {
     table_[0][0] += 1.0f;
     const int row = static_cast<int>(table_[0][0]);
+    // DELIBERATE capture-two-items: the table has no row for more.
     if (row >= meshmapping::captureRowTotal || values == nullptr)
         return;
     std::copy_n(values + 1, std::min(nNode, nNode_), table_[row] + 1);

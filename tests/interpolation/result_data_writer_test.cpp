@@ -1,11 +1,11 @@
 #include "Tav3dInterpolation.h"
 #include "meshes.h"
+#include "support/scratch_folder.h"
 
 #include <gtest/gtest.h>
 
 #include <filesystem>
 #include <fstream>
-#include <random>
 #include <sstream>
 
 namespace fs = std::filesystem;
@@ -19,18 +19,8 @@ namespace
 class Writer : public ::testing::Test
 {
 protected:
-    Writer()
-        : before_(fs::current_path())
-        , folder_(fs::temp_directory_path() / ("tav3d_writer_" + std::to_string(std::random_device{}())))
-    {
-        fs::create_directories(folder_);
-        fs::current_path(folder_);
-    }
-    ~Writer() override
-    {
-        fs::current_path(before_);
-        fs::remove_all(folder_);
-    }
+    Writer() { fs::current_path(folder_.path()); }
+    ~Writer() override { fs::current_path(before_); }
 
     static std::string contents()
     {
@@ -73,8 +63,8 @@ protected:
     std::array<std::vector<float>, 4> fields;
 
 private:
-    fs::path before_;
-    fs::path folder_;
+    tav3d::test::ScratchFolder folder_;
+    fs::path before_ = fs::current_path();
 };
 
 } // namespace

@@ -4,6 +4,7 @@
 #include "TAV3DResultEngine.h"
 #include "driver_reference.h"
 #include "opensuite/mesh_file.h"
+#include "resultmapping/tecplot_capture.h"
 #include "support/mapping_models.h"
 #include "support/scratch_folder.h"
 
@@ -249,6 +250,8 @@ class DriverOfKind : public DriverTest, public testing::WithParamInterface<int>
 {
 };
 
+// DELIBERATE unknown-item-voxel-layout
+// DELIBERATE map-items-keep-extremes
 TEST_P(DriverOfKind, gives_the_values_of_the_reference_in_every_mode)
 {
     const int fileType = GetParam();
@@ -412,4 +415,69 @@ TEST_F(DriverTest, second_model_replaces_the_first)
     ASSERT_EQ(driver.Voxel2CutCellResult(result, target, 0), 1);
     testing::internal::GetCapturedStdout();
     expectMapped(target, model, items, {2, 1, 0, false});
+}
+
+// DELIBERATE output-not-cleared
+TEST_F(DriverTest, node_without_a_voxel_node_carries_the_value_of_the_item_before)
+{
+    prepare(tav3d::test::plateModel(), 0);
+    // A result for the first 100 voxel nodes only: both meshes are the same grid, so cut-cell nodes 101.. have no voxel node.
+    MeshModel small = model;
+    small.voxel.x.resize(100);
+    const std::vector<VoxelItem> smallItems{{1, 1, field(100, 1), 0.0f, 0.0f}, {9, 1, field(100, 9), 0.0f, 0.0f}};
+    writeVoxelResult(result, "", small, smallItems);
+
+    CTav3dQ7XMapping_Voxel2CutCell driver;
+    testing::internal::CaptureStdout();
+    driver.SetParameters(mesh.c_str(), 0, 0);
+    std::string target = folder.file("target.q7f");
+    ASSERT_EQ(driver.Voxel2CutCellResult(result, target, 0), 1);
+    testing::internal::GetCapturedStdout();
+
+    CTAV3DResultReader_Manipulator reader;
+    ASSERT_EQ(reader.BeginReading(target.c_str(), nullptr), 0);
+    std::vector<float> first(253);
+    std::vector<float> second(253);
+    ASSERT_EQ(reader.GetResultItem(1, first.data()), 0);
+    ASSERT_EQ(reader.GetResultItem(9, second.data()), 0);
+    for (std::size_t n = 1; n <= 252; ++n)
+    {
+        EXPECT_EQ(first[n], n <= 100 ? smallItems[0].value[n] : 0.0f);
+        EXPECT_EQ(second[n], n <= 100 ? smallItems[1].value[n] : first[n]);
+    }
+}
+
+// DELIBERATE driver-shallow-copy
+TEST_F(DriverTest, copy_and_assignment_share_the_mapping_object)
+{
+    prepare(tav3d::test::plateModel(), 0);
+    CTav3dQ7XMapping_Voxel2CutCell driver;
+    testing::internal::CaptureStdout();
+    driver.SetParameters(mesh.c_str(), 0, 0);
+    testing::internal::GetCapturedStdout();
+    CTav3dQ7XMapping_Voxel2CutCell copy(driver);
+    CTav3dQ7XMapping_Voxel2CutCell assigned;
+    assigned = driver;
+    EXPECT_EQ(Access::mapping(copy), Access::mapping(driver));
+    EXPECT_EQ(Access::mapping(assigned), Access::mapping(driver));
+    Access::forgetMapping(copy); // only one of the three may delete it
+    Access::forgetMapping(assigned);
+}
+
+// DELIBERATE capture-two-items
+TEST(TecplotCapture, third_item_is_counted_and_not_kept)
+{
+    CTav3dQ7XMapping_Voxel2CutCell driver;
+    tav3d::resultmapping::TecplotCapture capture;
+    testing::internal::CaptureStdout();
+    capture.prepare(driver, 2);
+    testing::internal::GetCapturedStdout();
+    for (const float value : {10.0f, 20.0f, 30.0f})
+    {
+        const float item[] = {0.0f, value, value + 1};
+        capture.add(item, 2);
+    }
+    EXPECT_EQ(capture.table()[0][0], 3.0f);
+    EXPECT_EQ(capture.table()[1][1], 10.0f);
+    EXPECT_EQ(capture.table()[2][2], 21.0f);
 }

@@ -56,6 +56,7 @@ TEST(MoveAside, first_success_of_a_removal_ends_the_tries)
     EXPECT_EQ(script.calls, (Calls{"remove old", "wait 500", "remove old", "wait 500", "remove old"}));
 }
 
+// DELIBERATE removal-waits: also after the last try.
 TEST(MoveAside, third_failing_removal_waits_too_and_gives_its_code)
 {
     script = {.failingRemovals = 3, .failingRenames = 0, .calls = {}};

@@ -50,6 +50,7 @@ TEST(ResultNames, dot_in_a_folder_name_counts_as_the_last_dot)
     EXPECT_EQ(kindOfExtension(".b/result").type, file_type::unknown);
 }
 
+// DELIBERATE name-without-dot
 TEST(ResultNames, name_without_a_dot_is_out_of_range)
 {
     EXPECT_THROW(static_cast<void>(extensionOf("result")), std::out_of_range);
@@ -71,6 +72,7 @@ TEST(ResultNames, each_extension_has_its_type_and_solver_family)
     }
 }
 
+// DELIBERATE extension-is-exact
 TEST(ResultNames, extensions_are_compared_byte_for_byte_over_their_whole_length)
 {
     for (const char* extension : {".Q7F", ".q7fx", ".q7", ".q7h", ".q7hcx", "q7f", "", "."})
