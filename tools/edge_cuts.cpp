@@ -106,7 +106,7 @@ private:
             const bool cut02 = inPart(node[f[0]]) != inPart(node[f[2]]);
             const bool cut13 = inPart(node[f[1]]) != inPart(node[f[3]]);
             const int axis = face / 2;
-            const bool oneAndThree = cut02 != cut13 ? cut02 : ((i + j + k + (face & 1)) & 1) != 0;
+            const bool oneAndThree = cut02 != cut13 ? cut13 : ((i + j + k + (face & 1)) & 1) != 0;
             out_.otherDiagonal[3 * std::size_t(node[f[0]]) + axis] = oneAndThree;
             const int a = f[oneAndThree ? 1 : 0];
             const int b = f[oneAndThree ? 3 : 2];

@@ -12,6 +12,7 @@ namespace
 constexpr double sharpCosine = 0.9;    // normals that differ by more than 26 degrees
 constexpr double pullToMean = 1e-3;    // weight of the mean, relative to the planes
 constexpr double largestOffset = 0.36; // from the centre, in cell edges: the cells around the point keep their volume
+constexpr double borderReach = 0.6;    // a feature this near to the centre is drawn in; it may lie in a face of the cell
 
 } // namespace
 
@@ -84,13 +85,17 @@ std::optional<Vec3> sharpFeature(EdgeCuts& cuts, std::size_t slot, const std::ar
     const Vec3 x{dot(right, cross(row[1], row[2])) / determinant, dot(row[0], cross(right, row[2])) / determinant,
                  dot(row[0], cross(row[1], right)) / determinant};
     const Vec3 place = mean + x;
-    const Vec3 offset = place - centre;
-    const double reach = std::max({std::abs(offset.x), std::abs(offset.y), std::abs(offset.z)});
-    if (!(reach <= largestOffset * cellSize))
+    Vec3 inside = centre;
+    for (int a = 0; a < 3; ++a)
     {
-        return {};
+        const double offset = (place[a] - centre[a]) / cellSize;
+        if (!(std::abs(offset) <= borderReach))
+        {
+            return {};
+        }
+        inside[a] += std::clamp(offset, -largestOffset, largestOffset) * cellSize;
     }
-    return place;
+    return inside;
 }
 
 } // namespace tav3d::tools
