@@ -4,9 +4,10 @@ set -euo pipefail
 
 packages=(
   g++ cmake ninja-build pkg-config
-  libhdf5-dev libboost-dev libcli11-dev          # the product
+  libhdf5-dev libboost-dev libcli11-dev nlohmann-json3-dev # the product
   libgtest-dev libgmock-dev libbenchmark-dev liblapack-dev # tests and benchmarks
   python3 python3-numpy python3-scipy python3-h5py python3-vtk9 cgns-convert xvfb xauth # independent readers, pictures
+  chromium chromium-driver                       # the report in a browser
   clang-format clang-tidy                        # checks of the sources
 )
 

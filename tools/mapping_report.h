@@ -9,7 +9,7 @@
 //   3. Per item an ItemReport; per region of interest a RegionReport: count the rules node by node, addDistance() for each node that took a
 //      voxel node's value, summarise() over the values of the region's voxel nodes (as the source file holds them, before smoothing) and of its
 //      cut-cell nodes (as the target file holds them).
-//   4. pickValues() gives the item's values at the points of the view. An item without them is left out of the view, not out of the tables.
+//   4. pickValues() gives the item's values at the points of the view; put NaN where the recorded minimum stands for a missing value. An item without them is left out of the view, not out of the tables.
 // All text is UTF-8. What is not valid UTF-8 is shown with replacement characters. Nothing here is checked for being consistent, except
 // that the page refuses values whose count is not that of the surface's points.
 

@@ -90,7 +90,7 @@ std::string distanceHistogramSvg(const DistanceSummary& distances)
                    numberHtml(DistanceSummary::binBounds[bin]) + "</text>";
         }
     }
-    svg += "<text text-anchor=\"middle\" x=\"3\" y=\"88\">0</text>";
+    svg += R"(<text text-anchor="middle" x="3" y="88">0</text><text text-anchor="end" x="243" y="88">∞</text>)";
     return svg + R"(<line class="axis" x1="3" x2="241" y1="74.5" y2="74.5"/></svg>)";
 }
 

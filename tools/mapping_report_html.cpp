@@ -48,15 +48,7 @@ std::string withNoun(std::int64_t count, const char* one, const char* many)
 
 std::string modeText(std::int32_t mode)
 {
-    switch (mode)
-    {
-    case 0:
-        return "0, assigned nodes only";
-    case 1:
-        return "1, surface rules, can smooth";
-    default:
-        return std::to_string(mode) + ", surface rules";
-    }
+    return std::to_string(mode) + (mode == 0 ? " (assigned nodes only)" : " (with surface rules)");
 }
 
 std::string withUnit(double value, const std::string& unit)

@@ -4,13 +4,14 @@
 #include "mapping_report_text.h"
 
 #include <algorithm>
-#include <limits>
 
 namespace tav3d::tools
 {
 
 namespace
 {
+
+constexpr const char* dash = "–";
 
 const char* regionName(Region region) noexcept
 {
@@ -28,18 +29,20 @@ std::string countCell(std::int64_t count, const char* classes = "n")
     return cell(std::string(classes) + (count == 0 ? " zero" : ""), countText(count));
 }
 
-/// Three cells; empty ones when nothing was summarised.
+/// Three cells: minimum, mean, maximum; dashes when nothing was summarised.
 std::string valueCells(const ValueSummary& values)
 {
-    const auto text = [&](double value) { return numberHtml(values.count > 0 ? value : std::numeric_limits<double>::quiet_NaN()); };
-    return cell("n first", text(static_cast<double>(values.minimum))) + cell("n", text(values.mean)) +
-           cell("n", text(static_cast<double>(values.maximum)));
+    if (values.count == 0)
+    {
+        return cell("n first zero", dash) + cell("n zero", dash) + cell("n zero", dash);
+    }
+    return cell("n first", numberHtml(values.minimum)) + cell("n", numberHtml(values.mean)) + cell("n", numberHtml(values.maximum));
 }
 
-constexpr const char* valueHeads =
-    "<th class=\"n first\" scope=\"col\">Min</th><th class=\"n\" scope=\"col\">Mean</th><th class=\"n\" scope=\"col\">Max</th>";
-constexpr const char* valueGroups =
-    "<th colspan=\"3\" scope=\"colgroup\">Voxel mesh</th><th colspan=\"3\" scope=\"colgroup\">Cut-cell mesh</th>";
+constexpr const char* valueGroups = R"(<th colspan="3" scope="colgroup"><span>Voxel mesh</span></th>)"
+                                    R"(<th colspan="3" scope="colgroup"><span>Cut-cell mesh</span></th>)";
+constexpr const char* valueHeads = R"(<th class="n first" scope="col">Min</th><th class="n" scope="col">Mean</th>)"
+                                   R"(<th class="n" scope="col">Max</th>)";
 
 std::string itemName(const ItemReport& item)
 {
@@ -67,13 +70,12 @@ std::string treatment(const ItemReport& item)
 
 std::string itemsTable(const FileReport& file)
 {
-    std::string html = "<div class=\"scroll\" tabindex=\"0\" role=\"region\" aria-label=\"Items\"><table><thead><tr "
-                       "class=\"groups\"><th></th><th></th><th></th><th></th><th></th><th></th>" +
-                       std::string(valueGroups) +
-                       "</tr><tr><th class=\"n\" scope=\"col\">No.</th><th scope=\"col\">Item</th><th class=\"n\" "
-                       "scope=\"col\">Type</th><th scope=\"col\">Treatment</th>"
-                       "<th class=\"n\" scope=\"col\">Nodes</th><th class=\"n\" scope=\"col\">Without value</th>" +
-                       valueHeads + valueHeads + "</tr></thead><tbody>\n";
+    std::string html = R"(<div class="scroll" tabindex="0" role="region" aria-label="Items"><table><thead>)"
+                       R"(<tr class="groups"><th></th><th></th><th></th><th></th><th></th><th></th>)";
+    html += valueGroups;
+    html += R"(</tr><tr><th class="n" scope="col">No.</th><th scope="col">Item</th><th class="n" scope="col">Type</th>)"
+            R"(<th scope="col">Treatment</th><th class="n" scope="col">Nodes</th><th class="n" scope="col">Without value</th>)";
+    html += std::string(valueHeads) + valueHeads + "</tr></thead><tbody>\n";
     for (const ItemReport& item : file.items)
     {
         html += "<tr>" + cell("n", std::to_string(item.number)) + "<th class=\"name\" scope=\"row\">" + itemName(item) + "</th>" +
@@ -86,7 +88,7 @@ std::string itemsTable(const FileReport& file)
         }
         else
         {
-            html += cell("n zero", "\xE2\x80\x93") + cell("n zero", "\xE2\x80\x93") + valueCells({}) + valueCells({});
+            html += cell("n zero", dash) + cell("n zero", dash) + valueCells({}) + valueCells({});
         }
         html += "</tr>\n";
     }
@@ -95,13 +97,13 @@ std::string itemsTable(const FileReport& file)
 
 std::string regionsTable(const FileReport& file)
 {
-    std::string html = "<details><summary>Values by region</summary><div class=\"scroll\" tabindex=\"0\" role=\"region\" "
-                       "aria-label=\"Values by region\"><table><thead><tr "
-                       "class=\"groups\"><th></th><th></th><th></th><th></th>" +
-                       std::string(valueGroups) +
-                       "</tr><tr><th scope=\"col\">Item</th><th scope=\"col\">Region</th><th class=\"n\" scope=\"col\">Nodes</th><th "
-                       "class=\"n\" scope=\"col\">Without value</th>" +
-                       valueHeads + valueHeads + "</tr></thead>\n";
+    std::string html = R"(<details><summary>Values by region</summary>)"
+                       R"(<div class="scroll" tabindex="0" role="region" aria-label="Values by region"><table><thead>)"
+                       R"(<tr class="groups"><th></th><th></th><th></th><th></th>)";
+    html += valueGroups;
+    html += R"(</tr><tr><th scope="col">Item</th><th scope="col">Region</th><th class="n" scope="col">Nodes</th>)"
+            R"(<th class="n" scope="col">Without value</th>)";
+    html += std::string(valueHeads) + valueHeads + "</tr></thead>\n";
     for (const ItemReport& item : file.items)
     {
         if (item.regions.empty())
@@ -117,7 +119,7 @@ std::string regionsTable(const FileReport& file)
                 html += "<th scope=\"rowgroup\" rowspan=\"" + std::to_string(item.regions.size()) + "\">" + std::to_string(item.number) +
                         " " + itemName(item) + "</th>";
             }
-            html += std::string("<td>") + regionName(region.region) + "</td>" + countCell(region.origin.nodes) +
+            html += std::string("<td class=\"region\">") + regionName(region.region) + "</td>" + countCell(region.origin.nodes) +
                     countCell(region.nodesWithoutValue) + valueCells(region.before) + valueCells(region.after) + "</tr>\n";
         }
         html += "</tbody>";
@@ -156,36 +158,30 @@ std::vector<std::vector<const ItemReport*>> groupsOfSameOrigin(const FileReport&
     return groups;
 }
 
-std::string distanceText(double distance, const MappingReport& report)
-{
-    const std::string number = numberHtml(distance);
-    return distance == distance && !report.lengthUnit.empty() ? number + "\xE2\x80\xAF" + escapeHtml(report.lengthUnit) : number;
-}
-
 std::string originTable(const ItemReport& item, const MappingReport& report)
 {
     constexpr const char* ruleNames[] = {"Assigned node", "Nearest of its kind", "Minimum, wrong kind", "Out of range"};
-    std::string html = "<div class=\"scroll\" tabindex=\"0\" role=\"region\" aria-label=\"Nodes by rule\"><table><thead><tr><th "
-                       "scope=\"col\">Region</th><th class=\"n\" "
-                       "scope=\"col\">Nodes</th><th></th>";
+    const std::string unit = report.lengthUnit.empty() ? "" : ", <bdi>" + escapeHtml(report.lengthUnit) + "</bdi>";
+    std::string html = R"(<div class="scroll" tabindex="0" role="region" aria-label="Nodes by rule"><table><thead>)"
+                       R"(<tr class="groups"><th></th><th></th><th></th><th colspan="4" scope="colgroup"><span>Nodes by rule</span></th>)"
+                       R"(<th colspan="2" scope="colgroup"><span>Distance)" +
+                       unit + R"(</span></th></tr><tr><th scope="col">Region</th><th class="n" scope="col">Nodes</th><th></th>)";
     for (std::size_t rule = 0; rule < valueRuleCount; ++rule)
     {
-        html += "<th class=\"n\" scope=\"col\"><span class=\"key rule-" + std::to_string(rule) + "\"></span>" + ruleNames[rule] + "</th>";
+        html += R"(<th class="n" scope="col"><span class="key rule-)" + std::to_string(rule) + "\"></span>" + ruleNames[rule] + "</th>";
     }
-    html += "<th class=\"n first\" scope=\"col\">Distance, mean</th><th class=\"n\" scope=\"col\">max</th></tr></thead><tbody>\n";
+    html += R"(<th class="n first" scope="col">Mean</th><th class="n" scope="col">Max</th></tr></thead><tbody>)";
     for (const RegionReport& region : item.regions)
     {
         const ValueOrigin& origin = region.origin;
-        html += std::string("<tr><th scope=\"row\">") + regionName(region.region) + "</th>" + countCell(origin.nodes) +
+        html += std::string(R"(<tr><th class="region" scope="row">)") + regionName(region.region) + "</th>" + countCell(origin.nodes) +
                 cell("bar", ruleBarSvg(origin));
         for (const std::int64_t nodes : origin.nodesByRule)
         {
             html += countCell(nodes);
         }
-        const bool measured = origin.distances.count > 0;
-        const double none = std::numeric_limits<double>::quiet_NaN();
-        html += cell("n first", distanceText(origin.distances.mean(), report)) +
-                cell("n", distanceText(measured ? origin.distances.maximum : none, report)) + "</tr>\n";
+        html += cell("n first", numberHtml(origin.distances.mean())) +
+                cell("n", origin.distances.count > 0 ? numberHtml(origin.distances.maximum) : std::string(dash)) + "</tr>\n";
     }
     return html + "</tbody></table></div>\n";
 }

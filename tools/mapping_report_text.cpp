@@ -44,6 +44,18 @@ std::size_t characterLength(std::string_view text)
     return 0;
 }
 
+void dropTrailingZeros(std::string& decimal)
+{
+    if (decimal.find('.') != std::string::npos)
+    {
+        decimal.erase(decimal.find_last_not_of('0') + 1);
+        if (decimal.back() == '.')
+        {
+            decimal.pop_back();
+        }
+    }
+}
+
 } // namespace
 
 std::string escapeHtml(std::string_view text)
@@ -151,14 +163,7 @@ std::string numberHtml(double value)
         const int exponent = static_cast<int>(std::floor(std::log10(size)));
         const int decimals = std::clamp(significant - 1 - exponent, 0, 8);
         html.assign(text, std::to_chars(std::begin(text), std::end(text), size, std::chars_format::fixed, decimals).ptr);
-        if (html.find('.') != std::string::npos)
-        {
-            html.erase(html.find_last_not_of('0') + 1);
-            if (html.back() == '.')
-            {
-                html.pop_back();
-            }
-        }
+        dropTrailingZeros(html);
         const std::size_t whole = std::min(html.find('.'), html.size());
         for (std::size_t at = whole; at > 3;)
         {
@@ -173,6 +178,7 @@ std::string numberHtml(double value)
         int exponent = 0;
         std::from_chars(html.data() + e + (html[e + 1] == '+' ? 2 : 1), html.data() + html.size(), exponent);
         html.erase(e);
+        dropTrailingZeros(html);
         html += "\xC3\x97"
                 "10<sup>" +
                 (exponent < 0 ? std::string(minusSign) : std::string()) + std::to_string(std::abs(exponent)) + "</sup>";

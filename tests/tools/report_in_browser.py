@@ -163,7 +163,10 @@ def decode(png):
 
 
 def colours(picture):
-    return len(numpy.unique(picture.reshape(-1, picture.shape[-1]), axis=0))
+    red, green, blue = (picture[..., channel].astype(numpy.uint32) for channel in range(3))
+    seen = numpy.zeros(1 << 24, bool)
+    seen[red << 16 | green << 8 | blue] = True
+    return numpy.count_nonzero(seen)
 
 
 def require(condition, what):
@@ -187,74 +190,75 @@ def check_drawing(browser, renderer, least_colours, facets=None):
         require(colours(picture) >= least_colours, f"{mesh}: only {colours(picture)} colours")
 
 
-def check_boxes(driver, folder, page):
-    with Browser(driver, folder) as browser:
-        browser.open(page)
-        check_drawing(browser, "webgl", 60, facets=6)
+def check_boxes(browser, page):
+    browser.open(page)
+    check_drawing(browser, "webgl", 60, facets=6)
 
-        def changes(action, mesh="voxel"):
-            before = {name: browser.canvas(name)[1] for name in ("voxel", "cut")}
-            action()
-            after = {name: browser.canvas(name)[1] for name in ("voxel", "cut")}
-            return [name for name in before if not numpy.array_equal(before[name], after[name])]
+    pictures = {mesh: browser.canvas(mesh)[1] for mesh in ("voxel", "cut")}
 
-        both = ["voxel", "cut"]
-        require(changes(lambda: None) == [], "pictures change by themselves")
-        require(changes(lambda: browser.key("voxel", "\ue012")) == both, "the arrow key does not turn both views")
-        require(changes(lambda: browser.key("cut", "+")) == both, "the plus key does not zoom both views")
-        require(changes(lambda: browser.key("cut", "0")) == both, "the zero key does not reset both views")
+    def changes(action):
+        """The meshes whose pictures differ after the action."""
+        before = dict(pictures)
+        action()
+        pictures.update({mesh: browser.canvas(mesh)[1] for mesh in before})
+        return [mesh for mesh in before if not numpy.array_equal(before[mesh], pictures[mesh])]
 
-        # The item selector: the second item has all its values, the first one lacks one on the cut-cell mesh.
-        none_shown = "done(document.getElementById('view-none').offsetParent !== null);"
-        require(browser.run(none_shown), "the legend does not tell of missing values")
-        choose = "const s = document.getElementById('view-item'); s.value = arguments[0]; s.dispatchEvent(new Event('change')); done(s.options.length);"
-        require(changes(lambda: require(browser.run(choose, "1") == 2, "not two items")) != [], "choosing an item changes nothing")
-        require(not browser.run(none_shown), "the legend tells of missing values where there are none")
-        title = browser.run("done(document.getElementById('view-quantity').textContent);")
-        require(title == "Temperature in °C", f"legend title is {title!r}")
-        ticks = browser.run("done([...document.querySelectorAll('#view-ticks span')].map((t) => t.textContent));")
-        require({"231", "234", "237"} <= set(ticks), f"ticks are {ticks}")
+    both = ["voxel", "cut"]
+    require(changes(lambda: None) == [], "pictures change by themselves")
+    require(changes(lambda: browser.key("voxel", "\ue012")) == both, "the arrow key does not turn both views")
+    require(changes(lambda: browser.key("cut", "+")) == both, "the plus key does not zoom both views")
+    require(changes(lambda: browser.key("cut", "0")) == both, "the zero key does not reset both views")
 
-        # The mouse: dragging turns, the wheel zooms, the pointer reads values of both meshes.
-        box = browser.run("const b = document.getElementById('view-voxel'); b.scrollIntoView({block: 'center', behavior: 'instant'}); const r = b.getBoundingClientRect();"
-                          "done([r.left + r.width / 2, r.top + r.height / 2].map(Math.round));")
-        move = lambda dx, dy: {"type": "pointerMove", "duration": 0, "x": box[0] + dx, "y": box[1] + dy}
-        down, up = {"type": "pointerDown", "button": 0}, {"type": "pointerUp", "button": 0}
-        require(changes(lambda: browser.pointer(move(0, 0), down, move(40, 15), up)) == both, "dragging does not turn both views")
-        wheel = {"type": "scroll", "x": box[0], "y": box[1], "deltaX": 0, "deltaY": -240, "duration": 0}
-        require(changes(lambda: browser.post("/actions", actions=[{"type": "wheel", "id": "wheel", "actions": [wheel]}])) == both, "the wheel does not zoom")
-        browser.pointer(move(1, 1))
-        browser.settle()
-        text = browser.run("done(document.getElementById('view-readout').textContent);")
-        match = re.fullmatch(r"Here: voxel ([\d.]+)\u202f°C, cut-cell ([\d.]+)\u202f°C", text)
-        require(match and all(230.4 <= float(value) <= 237 for value in match.groups()), f"readout is {text!r}")
-        require(changes(lambda: browser.run("document.getElementById('view-bands').click(); done(true);")) == both, "colour bands change nothing")
-        require_calm(browser)
+    # The item selector: the second item has all its values, the first one lacks one on the cut-cell mesh.
+    none_shown = "done(document.getElementById('view-none').offsetParent !== null);"
+    require(browser.run(none_shown), "the legend does not tell of missing values")
+    choose = "const s = document.getElementById('view-item'); s.value = arguments[0]; s.dispatchEvent(new Event('change')); done(s.options.length);"
+    require(changes(lambda: require(browser.run(choose, "1") == 2, "not two items")) != [], "choosing an item changes nothing")
+    require(not browser.run(none_shown), "the legend tells of missing values where there are none")
+    title = browser.run("done(document.getElementById('view-quantity').textContent);")
+    require(title == "Temperature in °C", f"legend title is {title!r}")
+    ticks = browser.run("done([...document.querySelectorAll('#view-ticks span')].map((t) => t.textContent));")
+    require({"231", "234", "237"} <= set(ticks), f"ticks are {ticks}")
 
-        # Nothing may be lost on paper.
-        pdf = base64.b64decode(browser.tool("Page.printToPDF", printBackground=True)["data"])
-        require(pdf.startswith(b"%PDF"), "printing fails")
-        require_calm(browser)
+    # The mouse: dragging turns, the wheel zooms, the pointer reads values of both meshes.
+    box = browser.run("const b = document.getElementById('view-voxel'); b.scrollIntoView({block: 'center', behavior: 'instant'});"
+                      "const r = b.getBoundingClientRect(); done([r.left + r.width / 2, r.top + r.height / 2].map(Math.round));")
+    move = lambda dx, dy: {"type": "pointerMove", "duration": 0, "x": box[0] + dx, "y": box[1] + dy}
+    down, up = {"type": "pointerDown", "button": 0}, {"type": "pointerUp", "button": 0}
+    require(changes(lambda: browser.pointer(move(0, 0), down, move(40, 15), up)) == both, "dragging does not turn both views")
+    wheel = {"type": "scroll", "x": box[0], "y": box[1], "deltaX": 0, "deltaY": -240, "duration": 0}
+    require(changes(lambda: browser.post("/actions", actions=[{"type": "wheel", "id": "wheel", "actions": [wheel]}])) == both, "the wheel does not zoom")
+    browser.pointer(move(1, 1))
+    browser.settle()
+    text = browser.run("done(document.getElementById('view-readout').textContent);")
+    match = re.fullmatch(r"Here: voxel ([\d.]+)\u202f°C, cut-cell ([\d.]+)\u202f°C", text)
+    require(match and all(230.4 <= float(value) <= 237 for value in match.groups()), f"readout is {text!r}")
+    require(changes(lambda: browser.run("document.getElementById('view-bands').click(); done(true);")) == both, "colour bands change nothing")
+    require_calm(browser)
+
+    # Nothing may be lost on paper.
+    pdf = base64.b64decode(browser.tool("Page.printToPDF", printBackground=True)["data"])
+    require(pdf.startswith(b"%PDF"), "printing fails")
+    require_calm(browser)
 
 
-def check_hostile(driver, folder, page):
-    with Browser(driver, folder) as browser:
-        browser.open(page)
-        check_drawing(browser, "webgl", 60, facets=6)
-        require(browser.run("done(window.harmed === undefined);"), "text from a file was run")
-        require(browser.run("done(document.querySelectorAll('img, iframe, object, embed, form').length) ;") == 0, "text from a file became elements")
-        require(browser.run("done(document.querySelectorAll('style').length);") == 1, "text from a file closed the style element")
-        shown = browser.run("done([document.querySelector('h3').textContent, document.getElementById('view-item').textContent]);")
-        for text in shown:
-            require("</script></style></title><script>window.harmed=1</script>" in text and "größer" in text, f"text was not kept: {text!r}")
-        require("{{style}}" in shown[0], "a placeholder in a file's text was filled")
-        require_calm(browser)
+def check_hostile(browser, page):
+    browser.open(page)
+    check_drawing(browser, "webgl", 60, facets=6)
+    require(browser.run("done(window.harmed === undefined);"), "text from a file was run")
+    require(browser.run("done(document.querySelectorAll('img, iframe, object, embed, form').length) ;") == 0, "text from a file became elements")
+    require(browser.run("done(document.querySelectorAll('style').length);") == 1, "text from a file closed the style element")
+    shown = browser.run("done([document.querySelector('h3').textContent, document.getElementById('view-item').textContent]);")
+    for text in shown:
+        require("</script></style></title><script>window.harmed=1</script>" in text and "größer" in text, f"text was not kept: {text!r}")
+    require("{{style}}" in shown[0], "a placeholder in a file's text was filled")
+    require_calm(browser)
 
 
 def check_without_webgl(driver, folder, page, screenshots):
     with Browser(driver, folder, ["--disable-3d-apis"]) as browser:
         browser.open(page)
-        check_drawing(browser, "2d", 60)
+        check_drawing(browser, "2d", 20)  # one colour per facet, and mixed ones along the edges
         notice = browser.run("done(document.getElementById('view-notice').innerText);")
         require(notice.startswith("WebGL is not available"), f"notice is {notice!r}")
         browser.screenshot(screenshots / "report_without_webgl.png")
@@ -265,38 +269,35 @@ def check_without_webgl(driver, folder, page, screenshots):
         require(troubles == [], f"troubles: {troubles}")
 
 
-def check_without_script(driver, folder, page):
-    with Browser(driver, folder) as browser:
-        browser.tool("Emulation.setScriptExecutionDisabled", value=True)
-        browser.tool("Emulation.setDeviceMetricsOverride", width=1400, height=1000, deviceScaleFactor=1, mobile=False)
-        browser.post("/url", url=page.as_uri())
-        text = browser.run("done(document.querySelector('main').innerText);")
-        require("The interactive view needs JavaScript." in text, "no word about the missing view")
-        require("Pressure" in text and "cannot be read: truncated" in text, "the tables are missing")
-        require("Mesh edges" not in text, "controls are shown that do nothing")
+def check_without_script(browser, page):
+    browser.tool("Emulation.setScriptExecutionDisabled", value=True)
+    browser.tool("Emulation.setDeviceMetricsOverride", width=1400, height=1000, deviceScaleFactor=1, mobile=False)
+    browser.post("/url", url=page.as_uri())
+    text = browser.run("done(document.querySelector('main').innerText);")
+    require("The interactive view needs JavaScript." in text, "no word about the missing view")
+    require("Pressure" in text and "cannot be read: truncated" in text, "the tables are missing")
+    require("Mesh edges" not in text, "controls are shown that do nothing")
 
 
-def check_without_view(driver, folder, page):
-    with Browser(driver, folder) as browser:
-        browser.open(page)
-        require(browser.run("done(document.getElementById('view') === null && document.querySelectorAll('h3').length === 2);"), "page without view")
-        require_calm(browser)
+def check_without_view(browser, page):
+    browser.open(page)
+    require(browser.run("done(document.getElementById('view') === null && document.querySelectorAll('h3').length === 2);"), "page without view")
+    require_calm(browser)
 
 
-def check_housing(driver, folder, page, screenshots):
-    with Browser(driver, folder) as browser:
-        for scheme in ("light", "dark"):
-            for width in (1400, 700):
-                browser.open(page, width, scheme)
-                check_drawing(browser, "webgl", 500)
-                picture = browser.screenshot(screenshots / f"report_{scheme}_{width}.png")
-                require(picture.shape[1] == width, f"at {width} pixels the page is {picture.shape[1]} wide")
-                require(colours(picture) > 2000, f"the page has only {colours(picture)} colours")
-                paper = picture[4, 4, :3].mean()
-                require(paper > 240 if scheme == "light" else paper < 40, f"the {scheme} page's paper has brightness {paper:.0f}")
-        require_calm(browser)
-        pdf = base64.b64decode(browser.tool("Page.printToPDF", printBackground=False, preferCSSPageSize=True)["data"])
-        (screenshots / "report.pdf").write_bytes(pdf)
+def check_housing(browser, page, screenshots):
+    for scheme in ("light", "dark"):
+        for width in (1400, 700):
+            browser.open(page, width, scheme)
+            check_drawing(browser, "webgl", 500)
+            picture = browser.screenshot(screenshots / f"report_{scheme}_{width}.png")
+            require(picture.shape[1] == width, f"at {width} pixels the page is {picture.shape[1]} wide")
+            require(colours(picture) > 2000, f"the page has only {colours(picture)} colours")
+            paper = picture[4, 4, :3].mean()
+            require(paper > 240 if scheme == "light" else paper < 40, f"the {scheme} page's paper has brightness {paper:.0f}")
+    require_calm(browser)
+    pdf = base64.b64decode(browser.tool("Page.printToPDF", printBackground=False, preferCSSPageSize=True)["data"])
+    (screenshots / "report.pdf").write_bytes(pdf)
 
 
 def main():
@@ -310,12 +311,13 @@ def main():
             pages[kind] = folder / f"{kind} ä.html"
             subprocess.run([program, pages[kind], kind], check=True)
         with Driver() as driver:
-            check_boxes(driver, folder, pages["boxes"])
-            check_hostile(driver, folder, pages["hostile"])
+            with Browser(driver, folder) as browser:
+                check_boxes(browser, pages["boxes"])
+                check_hostile(browser, pages["hostile"])
+                check_without_view(browser, pages["noview"])
+                check_housing(browser, pages["housing"], screenshots)
+                check_without_script(browser, pages["boxes"])
             check_without_webgl(driver, folder, pages["boxes"], screenshots)
-            check_without_script(driver, folder, pages["boxes"])
-            check_without_view(driver, folder, pages["noview"])
-            check_housing(driver, folder, pages["housing"], screenshots)
     print("the report opens, draws, turns and prints; nothing is fetched, no text of files does harm")
 
 

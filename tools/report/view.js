@@ -47,17 +47,20 @@
     const { corners, quantised: q, extent } = mesh;
     const s = extent.map((e) => e / 65535);
     const normals = new Float32Array(mesh.facetCount * 3);
+    let area = 0;
     for (let f = 0; f < mesh.facetCount; ++f) {
       const a = corners[4 * f] * 3, b = corners[4 * f + 1] * 3, c = corners[4 * f + 2] * 3, d = corners[4 * f + 3] * 3;
       const ux = (q[c] - q[a]) * s[0], uy = (q[c + 1] - q[a + 1]) * s[1], uz = (q[c + 2] - q[a + 2]) * s[2];
       const vx = (q[d] - q[b]) * s[0], vy = (q[d + 1] - q[b + 1]) * s[1], vz = (q[d + 2] - q[b + 2]) * s[2];
       const nx = uy * vz - uz * vy, ny = uz * vx - ux * vz, nz = ux * vy - uy * vx;
       const length = Math.hypot(nx, ny, nz) || 1;
+      area += length / 2;
       normals[3 * f] = nx / length;
       normals[3 * f + 1] = ny / length;
       normals[3 * f + 2] = nz / length;
     }
     mesh.normals = normals;
+    mesh.edgeLength = Math.sqrt(area / Math.max(1, mesh.facetCount));
     return normals;
   };
 
@@ -84,6 +87,9 @@
 
   // ---- Numbers ----------------------------------------------------------------------------------------------------------------------
 
+  const grouped = (text) => text.replace(/^\d+/, (whole) => whole.replace(/\B(?=(\d{3})+$)/g, "\u202f"));
+  const withSign = (value, text) => (value < 0 ? "−" : "") + text;
+
   /** About `digits` significant digits, thousands parted by narrow spaces, a power of ten where plain digits would be long. */
   const numberText = (value, digits = 5) => {
     if (!Number.isFinite(value)) return "–";
@@ -94,24 +100,29 @@
       const decimals = Math.max(0, Math.min(8, digits - 1 - Math.floor(Math.log10(size))));
       text = size.toFixed(decimals);
       if (text.includes(".")) text = text.replace(/\.?0+$/, "");
-      text = text.replace(/^\d+/, (whole) => whole.replace(/\B(?=(\d{3})+$)/g, "\u202f"));
+      text = grouped(text);
     } else {
       const [mantissa, exponent] = size.toExponential(digits - 2).split("e");
       const superscript = String(Number(exponent)).replace(/[-\d]/g, (c) => c === "-" ? "⁻" : "⁰¹²³⁴⁵⁶⁷⁸⁹"[c]);
       text = `${mantissa.replace(/\.?0+$/, "")}×10${superscript}`;
     }
-    return (value < 0 ? "−" : "") + text;
+    return withSign(value, text);
   };
   const withUnit = (text, unit) => unit && text !== "–" ? `${text}\u202f${unit}` : text;
 
-  /** Round values 1, 2 or 5 times a power of ten apart. */
+  /** Round values 1, 2 or 5 times a power of ten apart, as [value, text]: all with the same number of decimals. */
   const ticksBetween = (low, high, wanted) => {
     const rough = (high - low) / wanted;
     const power = 10 ** Math.floor(Math.log10(rough));
     const step = [1, 2, 5, 10].map((m) => m * power).find((s) => s >= rough) || power;
-    const ticks = [];
-    for (let k = Math.ceil(low / step - 1e-9); k * step <= high + step * 1e-9 && ticks.length < 20; ++k) ticks.push(k * step);
-    return ticks;
+    const decimals = Math.max(0, -Math.floor(Math.log10(step) + 1e-9));
+    const plain = Math.max(Math.abs(low), Math.abs(high)) < 1e6 && step >= 1e-4;
+    const found = [];
+    for (let k = Math.ceil(low / step - 1e-9); k * step <= high + step * 1e-9 && found.length < 20; ++k) {
+      const value = k * step;
+      found.push([value, plain && k !== 0 ? withSign(value, grouped(Math.abs(value).toFixed(decimals))) : numberText(value, 6)]);
+    }
+    return found;
   };
 
   // ---- Camera: orthographic, z stays upright --------------------------------------------------------------------------------------
@@ -148,7 +159,14 @@
 
   // Light from the upper left behind the viewer, fixed to the camera. Much of it is even, so that colours keep their meaning.
   const LIGHT = (() => { const l = [-0.35, 0.5, 0.79]; const n = Math.hypot(...l); return l.map((c) => c / n); })();
-  const EVEN = 0.66;
+  const EVEN = 0.7;
+
+  /** Opacity of facet edges. They fade out where they would lie so close that they hide the colours, and come back when one zooms in. */
+  const edgeOpacity = (mesh, width, height) => {
+    normalsOf(mesh);
+    const pixels = mesh.edgeLength / halfHeight(width / height) * height / 2 / Math.min(window.devicePixelRatio || 1, 2);
+    return 0.28 * Math.max(0, Math.min(1, (pixels - 2.5) / 5));
+  };
 
   // ---- Drawing with WebGL -----------------------------------------------------------------------------------------------------------
 
@@ -332,12 +350,13 @@
       gl.drawArrays(gl.TRIANGLES, 0, this.vertices);
       used.forEach((location) => gl.disableVertexAttribArray(location));
 
-      if (!showEdges) return;
+      const opacity = showEdges ? edgeOpacity(this.mesh, width, height) : 0;
+      if (opacity === 0) return;
       this.fillEdges();
       if (this.lineCount === 0) return;
       gl.useProgram(this.edges.program);
       this.setCamera(this.edges, width, height);
-      gl.uniform4f(this.edges.uniforms.colour, 0, 0, 0, 0.28);
+      gl.uniform4f(this.edges.uniforms.colour, 0, 0, 0, opacity);
       const position = this.edges.at("position");
       gl.enableVertexAttribArray(position);
       gl.bindBuffer(gl.ARRAY_BUFFER, this.pointBuffer);
@@ -394,6 +413,7 @@
       const order = new Uint32Array(facetCount).map((_, f) => f).sort((a, b) => depth[a] - depth[b]);
       const scale = height / 2 / halfHeight(width / height);
       const none = noValueColour();
+      const opacity = showEdges ? edgeOpacity(mesh, width, height) : 0;
       context.clearRect(0, 0, width, height);
       context.lineWidth = Math.max(1, height / 700);
       for (const f of order) {
@@ -406,7 +426,7 @@
         const n = normals.subarray(3 * f, 3 * f + 3);
         const shade = EVEN + (1 - EVEN) * Math.max(0, dot(n, light) * (dot(n, eye) < 0 ? -1 : 1));
         context.fillStyle = cssColour((missing ? none : colourAt(sum / 4 / VALUE_STEPS)).map((c) => c * shade));
-        context.strokeStyle = showEdges ? "rgb(0 0 0 / 0.28)" : context.fillStyle; // closes the hairlines between facets
+        context.strokeStyle = opacity > 0 ? `rgb(0 0 0 / ${opacity})` : context.fillStyle; // closes the hairlines between facets
         context.beginPath();
         for (let c = 0; c < 4; ++c) {
           const p = 3 * corners[4 * f + c];
@@ -458,8 +478,8 @@
 
   const views = meshes.map((mesh) => {
     const canvas = byId(`view-${mesh.id}`);
-    const view = { mesh, canvas, frames: 0, triad: canvas.parentElement.querySelector(".triad"), cross: canvas.parentElement.querySelector(".cross") };
-    return view;
+    const stage = canvas.parentElement;
+    return { mesh, canvas, frames: 0, triad: stage.querySelector(".triad"), cross: stage.querySelector(".cross") };
   });
 
   const startRenderers = () => {
@@ -538,13 +558,13 @@
     byId("view-quantity").textContent = item.name + (item.unit ? ` in ${item.unit}` : "");
     byId("view-range").textContent = `${numberText(item.low)} to ${withUnit(numberText(item.high), item.unit)}, over both meshes`;
     const wanted = Math.max(2, Math.min(9, Math.floor(scaleBar.clientWidth / 90)));
-    ticks.replaceChildren(...(extent > 0 ? ticksBetween(item.low, item.high, wanted) : [item.low]).map((value) => {
+    ticks.replaceChildren(...(extent > 0 ? ticksBetween(item.low, item.high, wanted) : [[item.low, numberText(item.low)]]).map(([value, text]) => {
       const tick = document.createElement("span");
       const share = extent > 0 ? (value - item.low) / extent : 0;
       tick.style.left = `${100 * share}%`;
       if (share < 0.03) tick.style.transform = "none";
       if (share > 0.97) tick.style.transform = "translateX(-100%)";
-      tick.textContent = numberText(Math.abs(value) < extent * 1e-9 ? 0 : value, 6);
+      tick.textContent = text;
       return tick;
     }));
     byId("view-none").hidden = !meshes.some((mesh) => valuesOf(mesh, current).includes(NO_VALUE));
@@ -682,7 +702,7 @@
   itemSelect.value = "0";
 
   section.hidden = false;
-  edgesBox.checked = Math.max(...meshes.map((mesh) => mesh.facetCount)) <= 30000;
+  edgesBox.checked = true;
   startRenderers();
   views.forEach(listen);
   lookFrom("iso", aspect());
