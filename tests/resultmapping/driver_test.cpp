@@ -275,7 +275,7 @@ TEST_P(DriverOfKind, gives_the_values_of_the_reference_in_every_mode)
 }
 
 INSTANTIATE_TEST_SUITE_P(AllKinds, DriverOfKind, testing::Values(0, 1, 2, 3, 4, 6),
-                         [](const testing::TestParamInfo<int>& info) { return std::string(extensions[info.param]).substr(1); });
+                         [](const testing::TestParamInfo<int>& kind) { return std::string(extensions[kind.param]).substr(1); });
 
 TEST_F(DriverTest, smoothing_changes_cavity_items_in_mode_1_only)
 {
