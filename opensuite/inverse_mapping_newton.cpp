@@ -71,8 +71,6 @@ public:
         return image;
     }
 
-    [[nodiscard]] Image atCentre() const { return at(centre); }
-
     static bool isInside(const Reference& a)
     {
         return a.r >= -justInside && a.s >= -justInside && a.r + a.s <= 1.0 + justInside && std::abs(a.t) <= 1.0 + justInside;
@@ -132,19 +130,17 @@ public:
         return image;
     }
 
-    [[nodiscard]] Image atCentre() const { return {c_, r_, s_, t_}; }
-
     static bool isInside(const Reference& a) { return std::max({std::abs(a.r), std::abs(a.s), std::abs(a.t)}) <= 1.0 + justInside; }
 
 private:
     Vector3 c_, r_, s_, t_, rs_, st_, rt_, rst_;
 };
 
-/// `image` is that of `start`.
 template <class Map>
-bool newton(const Map& map, const Reference& start, Image image, Reference& solution)
+bool newton(const Map& map, const Reference& start, Reference& solution)
 {
     Reference a = start;
+    Image image = map.at(a);
     double merit = dot(image.residual, image.residual);
     for (int step = 0; step < maxSteps; ++step)
     {
@@ -189,12 +185,12 @@ bool invert(const double (&x)[3], const Nodes<Map::nodeCount>& node, double (&xi
 {
     const Map map(x, node);
     Reference solution = Map::centre;
-    bool found = newton(map, Map::centre, map.atCentre(), solution);
+    bool found = newton(map, Map::centre, solution);
     if (!(found && Map::isInside(solution)) && isInBox(x[0], node.X) && isInBox(x[1], node.Y) && isInBox(x[2], node.Z))
         for (const Reference& start : Map::otherStarts)
         {
             Reference other;
-            if (newton(map, start, map.at(start), other) && Map::isInside(other))
+            if (newton(map, start, other) && Map::isInside(other))
             {
                 solution = other;
                 found = true;
