@@ -114,27 +114,57 @@ private:
     // The library's own access for tests and benchmarks; defined there, never in the library.
     friend struct CTav3dMeshMappingArrary_Inspector;
 
+    /// As the public lists, over any marks of the cut-cell nodes.
     int* CreateNodeReNumberArray_Cutcell(int& count, bool* mark);
+
+    /// The pick-up of MappingVoxel2CutcellNodeResult, without smoothing.
     void GetCutCell2VoxelMappingNodeResult_ByVelk(int nVoxelNode, int nCutCellNode, float* pVoxelResult, float* pCutCellResult, float& fMax,
                                                   float& fMin);
+
+    /// Does nothing; returns 1.
     int GetCutCellPart_PartinsertInterfacePoint(int*, int&);
+
+    /// The row of a cut-cell node: its part mark, the count 30, and in `list` (room for 31) 0, ten voxel nodes, and zeros.
     void GetCutcell2VoxelMappingNode(int node, int& flag, int& count, int* list);
+
+    /// The Gauss row of a voxel node: its part mark, the number n of neighbours, and in entries 0..n of `list` and `w` (room for 51 each) the node
+    /// itself and its neighbours with their weights. A node without row stands for itself: n = 1, weights 1 and 0.
     void GetVoxel2VoxelMappingNode_ByGaussMethod(int node, int& flag, int& n, int* list, float* w);
+
+    /// Smooth pValue[1..nVoxelNode] in place; pWork is scratch of the same length. The second one averages and has no caller.
     void GetVoxel2VoxelSmoothNodeResult_GaussWeighting_ByTorp(int nVoxelNode, float* pValue, float* pWork);
     void GetVoxel2VoxelSmoothNodeResult_NodeAverage_ByTorp(int nVoxelNode, float* pValue, float* pWork);
+
+    /// Hooks without content.
     void OutputDebugFiles(const char*);
     void OutputDebugFiles_CutCell2VoxelMapping();
     void OutputDebugFiles_LossNode();
     void OutputDebugFiles_Surface();
+
+    /// Read one mesh of m_strFileName into the members; return 1.
     int ReadKRN_CutCellMesh();
+    int ReadKRN_VoxelMesh();
+
+    /// Mark the nodes of the next nElem mould-base (M) or plastic (P) elements in a new array of nNode+1 marks, which replaces `mark`; return true.
     bool ReadKRN_ElemM(KRNIO_Manipulator& reader, int nElem, int nNode, bool*& mark);
     bool ReadKRN_ElemP(KRNIO_Manipulator& reader, int nElem, int nNode, bool*& mark);
+
+    /// The same for the part-insert facets on the interface; `count` becomes the number of marked nodes. Mode 1 lists the facets in
+    /// m_ppiVoxelPartInsert too. Returns true.
     bool ReadKRN_PartInsert(KRNIO_Manipulator& reader, int nNode, bool*& mark, int& count, int mode);
-    int ReadKRN_VoxelMesh();
+
+    /// Count, for each node, the gate faces that it is a corner of. `face` holds nFace records of four numbers, of which 1, 2 and 3 are corners; of the
+    /// cavity's faces also 4, the first number of the next record (so 4·nFace+1 numbers). Return 0 without faces, else 1.
     int SortCavityGatefaceNode(int nFace, int* face, int* count);
     int SortGatefaceNode(int nFace, int* face, int* count);
+
+    /// Builds m_piCutCell2VoxelNode with the mapping engine; returns 1.
     int createMappingArray(const char* fileName);
+
+    /// Reads both meshes and nothing more; returns 1.
     int createMeshSurfaceInfor(const char* fileName);
+
+    /// The neighbour searches. The Gauss search consumes the boundary-facet tables and returns 0 when no mesh has been read; else they return 1.
     int getCutCellNeighborArraybyADTree();
     int getVoxelNeighborArraybyADTree_GaussMethod();
 

@@ -36,6 +36,13 @@ int CTav3dMeshMappingArrary::ReadKRN_CutCellMesh()
 {
     m_bReadCutCellMesh = true;
     mm::CutCellMesh mesh = mm::readCutCellMesh({m_strFileName, m_iDebugInfo != 0, m_iPartInsertMode == 1, m_CutCell_BasicElem_Length});
+    // Rows that an earlier search made for a mesh of another size do not fit this one, and the counters that tell how many there are go now.
+    const int oldRows = m_nCutCellSurfNode + m_nCutCellPartInsertNode;
+    if (m_NNodeCultCell_ != mesh.nodeTotal || oldRows != mesh.surfaceNodeTotal + mesh.partInsertNodeTotal)
+    {
+        m_piCutCellNeighborIndex = nullptr;
+        m_ppiCutCellNeighbor = nullptr;
+    }
     m_NNodeCultCell_ = mesh.nodeTotal;
     abandon(m_pbCutCellPartNode, mesh.partNode);
     abandon(m_pfCutCellX, mesh.x);
@@ -87,6 +94,16 @@ int CTav3dMeshMappingArrary::ReadKRN_VoxelMesh()
 {
     m_bReadVoxelMesh = true;
     mm::VoxelMesh mesh = mm::readVoxelMesh(m_strFileName, m_iDebugInfo != 0);
+    // As in the cut-cell reader: rows of a mesh of another size.
+    const int oldRows = m_nVoxelSurfNode + m_nVoxelPartInsertNode;
+    if (m_nVoxelNode != mesh.nodeTotal || oldRows != mesh.surfaceNodeTotal + mesh.partInsertNodeTotal)
+    {
+        m_piVoxelNeighborIndex = nullptr;
+        m_piVoxelNeighborCount = nullptr;
+        m_pfVoxelSelfWeight = nullptr;
+        m_ppiVoxelNeighbor = nullptr;
+        m_ppfVoxelNeighborWeight = nullptr;
+    }
     m_nVoxelNode = mesh.nodeTotal;
     abandon(m_pbVoxelPartNode, mesh.partNode);
     abandon(m_pfVoxelX, mesh.x);

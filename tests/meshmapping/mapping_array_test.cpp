@@ -307,6 +307,37 @@ TEST(SetUp, may_be_called_again_for_another_model)
     EXPECT_EQ(Inspector::m_strFileName(mapped.object), folder.file("cube.krn"));
 }
 
+TEST(SetUp, of_another_model_without_searches_does_not_keep_the_rows_of_the_first)
+{
+    const ScratchFolder folder;
+    opensuite::writeMeshFile(folder.file("small.krn"), unitCube());
+    opensuite::writeMeshFile(folder.file("large.krn"), plateWithInsertModel());
+    for (const auto& [first, second] : {std::pair("small.krn", "large.krn"), std::pair("large.krn", "small.krn")})
+    {
+        Object o; // its destructor counts rows by the counters of the second model
+        Inspector::m_iMappingMode(o) = 1;
+        o.SetParameters(folder.file(first).c_str(), 1, 0);
+        EXPECT_NE(Inspector::m_ppiVoxelNeighbor(o), nullptr);
+        Inspector::m_iMappingMode(o) = 0;
+        o.SetParameters(folder.file(second).c_str(), 0, 0);
+        EXPECT_EQ(Inspector::m_ppiVoxelNeighbor(o), nullptr);
+        EXPECT_EQ(Inspector::m_piCutCellNeighborIndex(o), nullptr);
+    }
+}
+
+TEST(SetUp, of_the_same_model_without_searches_keeps_the_rows)
+{
+    MappedModel mapped(plateModel(), 1, 0);
+    int** rows = Inspector::m_ppiVoxelNeighbor(mapped.object);
+    Inspector::m_iMappingMode(mapped.object) = 0;
+    mapped.object.SetParameters(mapped.path.c_str(), 0, 0);
+    EXPECT_EQ(Inspector::m_ppiVoxelNeighbor(mapped.object), rows);
+    std::vector<float> value(253, 7.0f), work(253);
+    value[plateNode(3, 3, 2)] = 8.0f;
+    Inspector::smooth(mapped.object, 252, value.data(), work.data());
+    EXPECT_LT(value[plateNode(3, 3, 2)], 8.0f) << "smoothing is still possible";
+}
+
 TEST(SetUp, surface_information_is_both_meshes_without_searches)
 {
     const ScratchFolder folder;
