@@ -8,7 +8,6 @@
 #include <nlohmann/json.hpp>
 
 #include <limits>
-#include <regex>
 #include <stdexcept>
 
 using namespace tav3d::tools;
@@ -207,20 +206,25 @@ TEST(ReportView, values_that_do_not_fit_the_surface_are_refused_by_name)
 
 TEST(ReportPage, refers_to_nothing_outside_of_itself)
 {
-    const std::string page = mappingReportHtml(tav3d::tests::twoBoxes());
-    const std::regex reference(R"re(<[a-z][^>]*\s(?:src|srcset|href|action|data|poster)\s*=\s*["']?(?!#|data:))re"
-                               R"re(|url\(|@import|\bimport\b|\bfetch\b|XMLHttpRequest|WebSocket|Worker|sendBeacon)re",
-                               std::regex::icase);
-    std::string markup = page;
+    std::string markup = mappingReportHtml(tav3d::tests::twoBoxes());
     for (const char* id : {"voxel-points", "voxel-facets", "cut-points", "cut-facets"}) // base64 may contain anything
     {
         const std::string content = contentOf(markup, id);
         markup.erase(markup.find(content), content.size());
     }
-    std::smatch found;
-    EXPECT_FALSE(std::regex_search(markup, found, reference)) << found.str();
-    EXPECT_EQ(markup.find("http://"), std::string::npos);
-    EXPECT_EQ(markup.find("https://"), std::string::npos);
+    for (const char* attribute : {" src=", " srcset=", " href=", " action=", " data=", " poster="})
+    {
+        for (std::size_t at = markup.find(attribute); at != std::string::npos; at = markup.find(attribute, at + 1))
+        {
+            const std::string value = markup.substr(at + std::string(attribute).size(), 6);
+            EXPECT_TRUE(value == "\"data:" || value.starts_with("\"#")) << attribute << value;
+        }
+    }
+    for (const char* reference :
+         {"http:", "https:", "url(", "@import", "import(", "fetch(", "XMLHttpRequest", "WebSocket", "Worker(", "sendBeacon"})
+    {
+        EXPECT_EQ(markup.find(reference), std::string::npos) << reference;
+    }
     EXPECT_NE(markup.find("default-src 'none'"), std::string::npos);
 }
 

@@ -108,7 +108,9 @@
     }
     return withSign(value, text);
   };
-  const withUnit = (text, unit) => unit && text !== "–" ? `${text}\u202f${unit}` : text;
+  /** Text from a file between isolating marks, so that its direction cannot turn what stands around it. */
+  const isolated = (text) => `\u2068${text}\u2069`;
+  const withUnit = (text, unit) => unit && text !== "–" ? `${text}\u202f${isolated(unit)}` : text;
 
   /** Round values 1, 2 or 5 times a power of ten apart, as [value, text]: all with the same number of decimals. */
   const ticksBetween = (low, high, wanted) => {
@@ -555,7 +557,7 @@
       else stops.push(`${cssColour(colourAt(i / (steps - 1)))} ${100 * i / (steps - 1)}%`);
     }
     scaleBar.style.background = extent > 0 ? `linear-gradient(to right, ${stops.join(", ")})` : cssColour(colourAt(0));
-    byId("view-quantity").textContent = item.name + (item.unit ? ` in ${item.unit}` : "");
+    byId("view-quantity").textContent = isolated(item.name) + (item.unit ? ` in ${isolated(item.unit)}` : "");
     byId("view-range").textContent = `${numberText(item.low)} to ${withUnit(numberText(item.high), item.unit)}, over both meshes`;
     const wanted = Math.max(2, Math.min(9, Math.floor(scaleBar.clientWidth / 90)));
     ticks.replaceChildren(...(extent > 0 ? ticksBetween(item.low, item.high, wanted) : [[item.low, numberText(item.low)]]).map(([value, text]) => {
