@@ -4,6 +4,7 @@
 #include "cgns_writer.h"
 
 #include "cgns_hdf5.h"
+#include "cgns_output.h"
 #include "replace_file.h"
 
 #include <algorithm>
@@ -63,9 +64,9 @@ public:
         if (std::filesystem::is_directory(targetPath_, ignored))
             throw FileError(FileFailure::CannotWrite, target, "", "is a folder");
         temporary_ = temporaryNameBeside(targetPath_);
-        createFile();
         try
         {
+            createFile();
             describeNode(root_.get(), "HDF5 MotherNode", "Root Node of HDF5 File", CgnsType::Empty, false);
             std::array<char, 33> version{};
             unsigned v[3];
@@ -144,7 +145,7 @@ public:
         const Space inFile(H5Dget_space(array.dataset.get()));
         const Space inMemory(H5Screate_simple(static_cast<int>(extent.size()), extent.data(), nullptr));
         if (H5Sselect_hyperslab(inFile.get(), H5S_SELECT_SET, start.data(), nullptr, extent.data(), nullptr) < 0 ||
-            H5Dwrite(array.dataset.get(), memoryType(type), inMemory.get(), inFile.get(), H5P_DEFAULT, data) < 0)
+            H5Dwrite(array.dataset.get(), memoryType(type), inMemory.get(), inFile.get(), H5P_DEFAULT, data) < 0 || output_->failed())
             failWriting(path);
         array.written += rows;
         if (array.written == array.dims[0])
@@ -176,8 +177,8 @@ public:
         if (!pending_.empty())
             throw FileError(FileFailure::BadInput, target_, pending_.begin()->first, "the array is not complete");
         root_.close();
-        const bool flushed = H5Fflush(file_.get(), H5F_SCOPE_LOCAL) >= 0;
-        if (!file_.close() || !flushed)
+        const bool closed = file_.close();
+        if (!output_->finish() || !closed)
             failWriting("");
         try
         {
@@ -197,25 +198,24 @@ private:
         const Properties access(H5Pcreate(H5P_FILE_ACCESS));
         H5Pset_libver_bounds(access.get(), H5F_LIBVER_V18, H5F_LIBVER_V18);
         H5Pset_fclose_degree(access.get(), H5F_CLOSE_STRONG);
-        // Nobody else knows the temporary name, and network file systems often have no locks.
-        H5Pset_file_locking(access.get(), false, true);
-        const std::u8string name = temporary_.u8string();
-        file_ = File(H5Fcreate(reinterpret_cast<const char*>(name.c_str()), H5F_ACC_EXCL, creation.get(), access.get()));
-        if (!file_)
-        {
-            temporary_.clear();
+        output_ = std::make_unique<CgnsOutput>(temporary_);
+        if (output_->failed())
             throw FileError(FileFailure::CannotWrite, target_, "", "a file cannot be created in its folder");
-        }
+        output_->attachTo(access.get());
+        file_ = File(H5Fcreate(temporary_.string().c_str(), H5F_ACC_TRUNC, creation.get(), access.get()));
+        if (!file_)
+            failWriting("");
         root_ = Group(H5Gopen2(file_.get(), "/", H5P_DEFAULT));
     }
 
-    /// Closes and removes an unfinished file. HDF5 may be unable to flush it (disk full); the file goes either way.
+    /// Closes and removes an unfinished file.
     void discard() noexcept
     {
         const Quiet quiet;
         pending_.clear();
         root_.close();
         file_.close();
+        output_.reset();
         if (!temporary_.empty())
         {
             std::error_code ignored;
@@ -237,7 +237,7 @@ private:
                             taken > 0 ? "a node of this name stands there already" : "there is no node to put it under");
         const Properties creation = groupProperties(H5P_GROUP_CREATE);
         Group group(H5Gcreate2(file_.get(), path.c_str(), H5P_DEFAULT, creation.get(), H5P_DEFAULT));
-        if (!group)
+        if (!group || output_->failed())
             failWriting(path);
         describeNode(group.get(), name, label, type, true);
         return group;
@@ -297,6 +297,7 @@ private:
     std::string target_;
     std::filesystem::path targetPath_;
     std::filesystem::path temporary_;
+    std::unique_ptr<CgnsOutput> output_; // outlives file_
     File file_;
     Group root_;
     std::map<std::string, PendingArray> pending_;

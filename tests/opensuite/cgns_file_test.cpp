@@ -96,7 +96,7 @@ TEST(CgnsFile, same_calls_give_the_same_bytes)
     const ScratchFolder folder;
     writeSample(folder.file("a.cgns"));
     writeSample(folder.file("another name.cgns"));
-    EXPECT_EQ(readBytes(folder.file("a.cgns")), readBytes(folder.file("another name.cgns")));
+    EXPECT_TRUE(readBytes(folder.file("a.cgns")) == readBytes(folder.file("another name.cgns")));
 }
 
 TEST(CgnsFile, dropped_writer_leaves_the_target_and_nothing_else)

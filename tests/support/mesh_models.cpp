@@ -61,10 +61,10 @@ std::vector<Face> allFaces(const MeshZone& zone)
     return faces;
 }
 
-Corners sorted(Corners corners)
+/// The same for both sides of a face, wherever a triangle starts and whichever corner it repeats.
+std::set<std::int32_t> cornersOf(const Face& face)
 {
-    std::ranges::sort(corners);
-    return corners;
+    return {face.node.begin(), face.node.end()};
 }
 
 std::vector<InterfaceNodes> interfaceLists(const std::map<std::int32_t, std::set<std::int32_t>>& nodesOfInsert, bool seenFromPart)
@@ -105,9 +105,9 @@ MeshZone cubeGrid(int nx, int ny, int nz, float h, const BodyOfCell& bodyOfCell)
 void deriveFacets(MeshZone& zone, const KindOfSkin& kindOfSkin)
 {
     const std::vector<Face> faces = allFaces(zone);
-    std::map<Corners, std::vector<const Face*>> sharing;
+    std::map<std::set<std::int32_t>, std::vector<const Face*>> sharing;
     for (const Face& face : faces)
-        sharing[sorted(face.node)].push_back(&face);
+        sharing[cornersOf(face)].push_back(&face);
 
     const auto skinKind = [&](const Corners& corners)
     {
@@ -130,7 +130,7 @@ void deriveFacets(MeshZone& zone, const KindOfSkin& kindOfSkin)
     std::map<std::int32_t, std::set<std::int32_t>> interfaceNodes;
     for (const Face& face : faces)
     {
-        const auto& both = sharing.at(sorted(face.node));
+        const auto& both = sharing.at(cornersOf(face));
         const Face* other = both.size() < 2 ? nullptr : both[0] == &face ? both[1] : both[0];
         const std::int32_t otherBody = other != nullptr ? other->body : 0;
         if (otherBody == face.body)
@@ -182,7 +182,7 @@ MeshModel oneCellOfEachKind()
     const std::int32_t hexa[] = {1, 2, 3, 4, 5, 6, 7, 8};
     const std::int32_t pyramid[] = {2, 3, 7, 6, 9};
     const std::int32_t prism[] = {4, 10, 8, 3, 11, 7};
-    const std::int32_t tetra[] = {2, 9, 3, 12};
+    const std::int32_t tetra[] = {2, 3, 9, 12};
     zone.plastic.add(CellKind::Hexa8, hexa, body::part);
     zone.plastic.add(CellKind::Pyramid5, pyramid, body::part);
     zone.plastic.add(CellKind::Prism6, prism, body::part);

@@ -1,0 +1,176 @@
+#include "cgns_output.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace tav3d::opensuite
+{
+
+namespace
+{
+
+/// What HDF5 copies along with an access property list.
+struct DriverInfo
+{
+    CgnsOutput* output;
+};
+
+/// What HDF5 holds as its open file; it looks into the first member only.
+struct DriverFile
+{
+    H5FD_t common;
+    CgnsOutput* output;
+    haddr_t end; // of what HDF5 has allocated
+};
+
+CgnsOutput& outputOf(H5FD_t* file)
+{
+    return *reinterpret_cast<DriverFile*>(file)->output;
+}
+
+H5FD_t* openDriver(const char*, unsigned, hid_t fileAccess, haddr_t)
+{
+    const auto* info = static_cast<const DriverInfo*>(H5Pget_driver_info(fileAccess));
+    return info == nullptr ? nullptr : reinterpret_cast<H5FD_t*>(new (std::nothrow) DriverFile{{}, info->output, 0});
+}
+
+herr_t closeDriver(H5FD_t* file)
+{
+    delete reinterpret_cast<DriverFile*>(file);
+    return 0;
+}
+
+int compare(const H5FD_t* a, const H5FD_t* b)
+{
+    const auto* one = reinterpret_cast<const DriverFile*>(a)->output;
+    const auto* two = reinterpret_cast<const DriverFile*>(b)->output;
+    return one == two ? 0 : std::less<>()(one, two) ? -1 : 1;
+}
+
+herr_t query(const H5FD_t*, unsigned long* flags)
+{
+    *flags = H5FD_FEAT_AGGREGATE_METADATA | H5FD_FEAT_ACCUMULATE_METADATA | H5FD_FEAT_DATA_SIEVE | H5FD_FEAT_AGGREGATE_SMALLDATA |
+             H5FD_FEAT_DEFAULT_VFD_COMPATIBLE;
+    return 0;
+}
+
+haddr_t getAllocatedEnd(const H5FD_t* file, H5FD_mem_t)
+{
+    return reinterpret_cast<const DriverFile*>(file)->end;
+}
+
+herr_t setAllocatedEnd(H5FD_t* file, H5FD_mem_t, haddr_t end)
+{
+    reinterpret_cast<DriverFile*>(file)->end = end;
+    return 0;
+}
+
+haddr_t getFileEnd(const H5FD_t* file, H5FD_mem_t)
+{
+    return reinterpret_cast<const DriverFile*>(file)->output->size();
+}
+
+herr_t readDriver(H5FD_t* file, H5FD_mem_t, hid_t, haddr_t address, std::size_t size, void* out)
+{
+    outputOf(file).read(address, size, static_cast<char*>(out));
+    return 0;
+}
+
+herr_t writeDriver(H5FD_t* file, H5FD_mem_t, hid_t, haddr_t address, std::size_t size, const void* data)
+{
+    outputOf(file).write(address, size, static_cast<const char*>(data));
+    return 0;
+}
+
+herr_t truncateDriver(H5FD_t* file, hid_t, hbool_t)
+{
+    outputOf(file).setFinalSize(reinterpret_cast<DriverFile*>(file)->end);
+    return 0;
+}
+
+H5FD_class_t driverClass()
+{
+    H5FD_class_t driver{};
+#if H5_VERSION_GE(1, 13, 0)
+    driver.version = H5FD_CLASS_VERSION;
+    driver.value = static_cast<H5FD_class_value_t>(511); // of the range for drivers that nobody else opens
+#endif
+    driver.name = "tav3d output";
+    driver.maxaddr = HADDR_MAX / 2;
+    driver.fc_degree = H5F_CLOSE_WEAK;
+    driver.fapl_size = sizeof(DriverInfo);
+    driver.open = openDriver;
+    driver.close = closeDriver;
+    driver.cmp = compare;
+    driver.query = query;
+    driver.get_eoa = getAllocatedEnd;
+    driver.set_eoa = setAllocatedEnd;
+    driver.get_eof = getFileEnd;
+    driver.read = readDriver;
+    driver.write = writeDriver;
+    driver.truncate = truncateDriver;
+    constexpr H5FD_mem_t map[] = H5FD_FLMAP_DICHOTOMY; // as in HDF5's own driver: the same layout of the file
+    std::copy(std::begin(map), std::end(map), driver.fl_map);
+    return driver;
+}
+
+} // namespace
+
+CgnsOutput::CgnsOutput(const std::filesystem::path& path)
+    : path_(path)
+{
+    file_.pubsetbuf(nullptr, 0); // HDF5 gathers small pieces itself
+    failed_ = file_.open(path, std::ios::in | std::ios::out | std::ios::trunc | std::ios::binary) == nullptr;
+}
+
+CgnsOutput::~CgnsOutput()
+{
+    if (driver_ >= 0)
+        H5FDunregister(driver_);
+}
+
+void CgnsOutput::attachTo(hid_t fileAccess)
+{
+    static const H5FD_class_t driver = driverClass();
+    if (driver_ < 0)
+        driver_ = H5FDregister(&driver);
+    const DriverInfo info{this};
+    H5Pset_driver(fileAccess, driver_, &info);
+}
+
+bool CgnsOutput::finish()
+{
+    if (file_.is_open() && file_.close() == nullptr)
+        failed_ = true;
+    if (!failed_ && size_ != finalSize_)
+    {
+        std::error_code error;
+        std::filesystem::resize_file(path_, finalSize_, error);
+        failed_ = static_cast<bool>(error);
+    }
+    return !failed_;
+}
+
+void CgnsOutput::read(std::uint64_t address, std::size_t size, char* out)
+{
+    // What was never written reads as zeros.
+    const std::size_t stored = address >= size_ ? 0 : static_cast<std::size_t>(std::min<std::uint64_t>(size, size_ - address));
+    std::memset(out + stored, 0, size - stored);
+    if (stored > 0 && (failed_ || file_.pubseekpos(static_cast<std::streamoff>(address)) < 0 ||
+                       file_.sgetn(out, static_cast<std::streamsize>(stored)) != static_cast<std::streamsize>(stored)))
+    {
+        std::memset(out, 0, stored);
+        failed_ = true;
+    }
+}
+
+void CgnsOutput::write(std::uint64_t address, std::size_t size, const char* data)
+{
+    if (failed_ || file_.pubseekpos(static_cast<std::streamoff>(address)) < 0 ||
+        file_.sputn(data, static_cast<std::streamsize>(size)) != static_cast<std::streamsize>(size))
+        failed_ = true;
+    else
+        size_ = std::max(size_, address + size);
+}
+
+} // namespace tav3d::opensuite
