@@ -1,5 +1,8 @@
 #include "commands.h"
 
+#include "command_info.h"
+#include "command_model.h"
+
 #include <CLI/CLI.hpp>
 
 #include <exception>
@@ -14,6 +17,8 @@ int run(int argc, const char* const* argv)
     app.name("tav3d");
     app.set_version_flag("--version", "tav3d " TAV3D_VERSION);
     app.require_subcommand(1);
+    addModelCommand(app);
+    addInfoCommand(app);
     try
     {
         app.parse(argc, argv); // runs the chosen subcommand

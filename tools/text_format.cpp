@@ -1,0 +1,48 @@
+#include "text_format.h"
+
+#include <charconv>
+#include <cmath>
+#include <cstdio>
+#include <stdexcept>
+
+namespace tav3d::tools
+{
+
+std::string general(double value, int digits)
+{
+    char text[40];
+    std::snprintf(text, sizeof text, "%.*g", digits, value);
+    return text;
+}
+
+std::string signedPercent(double share)
+{
+    char text[40];
+    std::snprintf(text, sizeof text, "%+.2f %%", 100 * share);
+    return text;
+}
+
+std::string placeText(Vec3 p)
+{
+    return "(" + general(p.x) + ", " + general(p.y) + ", " + general(p.z) + ")";
+}
+
+Vec3 parsePlace(std::string_view text)
+{
+    Vec3 p;
+    const char* at = text.data();
+    const char* const end = at + text.size();
+    for (int axis = 0; axis < 3; ++axis)
+    {
+        const auto [next, error] = std::from_chars(at, end, p[axis]);
+        const bool separated = axis < 2 ? next != end && *next == ',' : next == end;
+        if (error != std::errc{} || !separated || !std::isfinite(p[axis]))
+        {
+            throw std::invalid_argument("'" + std::string(text) + "' is no place x,y,z");
+        }
+        at = next + 1;
+    }
+    return p;
+}
+
+} // namespace tav3d::tools

@@ -1,0 +1,25 @@
+#pragma once
+
+// Small helpers for what the program prints.
+
+#include "vec3.h"
+
+#include <string>
+#include <string_view>
+
+namespace tav3d::tools
+{
+
+/// printf-like "%.*g".
+std::string general(double value, int digits = 6);
+
+/// "+0.12 %", always with its sign.
+std::string signedPercent(double share);
+
+/// "(x, y, z)"
+std::string placeText(Vec3 p);
+
+/// Reads "x,y,z". Throws std::invalid_argument when `text` is anything but three finite numbers between commas.
+Vec3 parsePlace(std::string_view text);
+
+} // namespace tav3d::tools
