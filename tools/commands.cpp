@@ -2,6 +2,7 @@
 
 #include "command_info.h"
 #include "command_model.h"
+#include "command_sample.h"
 
 #include <CLI/CLI.hpp>
 
@@ -19,6 +20,7 @@ int run(int argc, const char* const* argv)
     app.require_subcommand(1);
     addModelCommand(app);
     addInfoCommand(app);
+    addSampleCommand(app);
     try
     {
         app.parse(argc, argv); // runs the chosen subcommand
