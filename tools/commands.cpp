@@ -3,6 +3,7 @@
 #include "command_info.h"
 #include "command_map.h"
 #include "command_model.h"
+#include "command_sample.h"
 
 #include <CLI/CLI.hpp>
 
@@ -21,6 +22,7 @@ int run(int argc, const char* const* argv)
     addModelCommand(app);
     addMapCommand(app);
     addInfoCommand(app);
+    addSampleCommand(app);
     try
     {
         app.parse(argc, argv); // runs the chosen subcommand
