@@ -111,6 +111,8 @@ public:
 private:
     // The result-file driver works on the object's tables and sets the per-item members.
     friend class CTav3dQ7XMapping_Voxel2CutCell;
+    // Read-only views of the tables, for the library and for reports on a mapping.
+    friend struct CTav3dMeshMappingArrary_View;
     // The library's own access for tests and benchmarks; defined there, never in the library.
     friend struct CTav3dMeshMappingArrary_Inspector;
 

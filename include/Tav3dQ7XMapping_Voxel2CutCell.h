@@ -98,5 +98,6 @@ private:
     eResultFileType m_eFileType;
     int m_SolverType;
 
-    friend struct Tav3dQ7XMappingTestAccess; // the library's own tests
+    friend struct CTav3dQ7XMapping_Voxel2CutCell_View; // for reports on a mapping
+    friend struct Tav3dQ7XMappingTestAccess;           // the library's own tests
 };

@@ -3,7 +3,7 @@
 #include "Tav3dMeshMappingArrary.h"
 
 #include "cut_cell_neighbours.h"
-#include "node_mapping.h"
+#include "mapping_array_view.h"
 #include "smoothing.h"
 #include "smoothing_setup.h"
 #include "tecplot_output.h"
@@ -27,7 +27,7 @@ void CTav3dMeshMappingArrary::GetVoxel2VoxelSmoothNodeResult_GaussWeighting_ByTo
 {
     const int n = m_nVoxelNode;
     mm::smoothByGaussWeights(
-        {{{m_pbVoxelPartNode, n}, {m_pbVoxelPartInsertNode, n}},
+        {CTav3dMeshMappingArrary_View::voxelKinds(*this),
          {m_piVoxelFixedNode, n},
          {m_piVoxelNeighborIndex, m_piVoxelNeighborCount, m_ppiVoxelNeighbor, m_ppfVoxelNeighborWeight, m_pfVoxelSelfWeight}},
         {pValue, nVoxelNode}, {pWork, nVoxelNode});
@@ -37,7 +37,7 @@ void CTav3dMeshMappingArrary::GetVoxel2VoxelSmoothNodeResult_NodeAverage_ByTorp(
 {
     const int n = m_nVoxelNode;
     mm::smoothByNodeAverage(
-        {{{m_pbVoxelPartNode, n}, {m_pbVoxelPartInsertNode, n}},
+        {CTav3dMeshMappingArrary_View::voxelKinds(*this),
          {m_piVoxelFixedNode, n},
          {m_piVoxelNeighborIndex, m_piVoxelNeighborCount, m_ppiVoxelNeighbor, m_ppfVoxelNeighborWeight, m_pfVoxelSelfWeight}},
         {pValue, nVoxelNode}, {pWork, nVoxelNode});
@@ -46,17 +46,9 @@ void CTav3dMeshMappingArrary::GetVoxel2VoxelSmoothNodeResult_NodeAverage_ByTorp(
 void CTav3dMeshMappingArrary::GetCutCell2VoxelMappingNodeResult_ByVelk(int nVoxelNode, int nCutCellNode, float* pVoxelResult,
                                                                        float* pCutCellResult, float& fMax, float& fMin)
 {
-    // Result files of these two kinds (".q7c", ".q7hc": cooling) have no values where a node belongs to another body.
-    const bool isCooling = m_iResultFileType == 2 || m_iResultFileType == 4;
-    const int n = m_NNodeCultCell_;
-    mm::pickUpNodeValues({{m_piCutCell2VoxelNode, n},
-                          {m_piCutCellNodeRegion, n},
-                          {{m_pbCutCellPartNode, n}, {m_pbCutCellPartInsertNode, n}},
-                          m_piCutCellNeighborIndex,
-                          m_ppiCutCellNeighbor},
-                         {{m_pbVoxelPartNode, m_nVoxelNode}, {m_pbVoxelPartInsertNode, m_nVoxelNode}},
-                         {m_iMappingMode != 0, isCooling, m_fResultMinValue}, {pVoxelResult, nVoxelNode}, {pCutCellResult, nCutCellNode},
-                         fMax, fMin);
+    using View = CTav3dMeshMappingArrary_View;
+    mm::pickUpNodeValues(View::cutCellSources(*this), View::voxelKinds(*this), View::rules(*this, m_iResultFileType, m_fResultMinValue),
+                         {pVoxelResult, nVoxelNode}, {pCutCellResult, nCutCellNode}, fMax, fMin);
 }
 
 void CTav3dMeshMappingArrary::GetVoxel2VoxelMappingNode_ByGaussMethod(int node, int& flag, int& n, int* list, float* w)

@@ -13,34 +13,42 @@ bool contradictsRegion(int region, const NodeKinds& voxelKinds, int voxelNode)
 
 } // namespace
 
+PickUp pickUpOf(const CutCellSources& cutCell, const NodeKinds& voxelKinds, const PickUpRules& rules, int voxelValueTotal, int cutCellNode)
+{
+    const int assigned = cutCell.voxelNode[cutCellNode];
+    if (assigned > voxelValueTotal)
+        return {PickUpRule::OutOfRange, assigned};
+
+    // DELIBERATE neighbour-override: in every kind of file, and before the region rule, which it makes void.
+    if (rules.neighbours && cutCell.kinds.onSurface(cutCellNode))
+    {
+        const int nearest = cutCell.neighbour[cutCell.rowOfNode[cutCellNode]][1];
+        if (nearest <= voxelValueTotal)
+            return {PickUpRule::NearestOfKind, nearest};
+    }
+
+    // DELIBERATE region-rule-cooling-only: the region is looked at only where values are substituted at all.
+    if (rules.substitute && rules.neighbours && contradictsRegion(cutCell.region[cutCellNode], voxelKinds, assigned))
+        return {PickUpRule::WrongKind, assigned};
+    return {PickUpRule::AssignedNode, assigned};
+}
+
 void pickUpNodeValues(const CutCellSources& cutCell, const NodeKinds& voxelKinds, const PickUpRules& rules,
                       NumberedSpan<const float> voxelValue, NumberedSpan<float> cutCellValue, float& max, float& min)
 {
     for (int j = 1; j <= cutCellValue.count(); ++j)
     {
-        const int v = cutCell.voxelNode[j];
-        if (v > voxelValue.count())
+        const PickUp source = pickUpOf(cutCell, voxelKinds, rules, voxelValue.count(), j);
+        if (source.rule == PickUpRule::OutOfRange)
         {
             if (rules.substitute)
                 cutCellValue[j] = rules.substituteValue;
             continue;
         }
-        const float picked = voxelValue[v];
-        cutCellValue[j] = picked;
+        cutCellValue[j] = source.rule == PickUpRule::WrongKind ? rules.substituteValue : voxelValue[source.voxelNode];
 
-        // DELIBERATE region-rule-cooling-only: the region is looked at only where values are substituted at all.
-        if (rules.substitute && rules.neighbours && contradictsRegion(cutCell.region[j], voxelKinds, v))
-            cutCellValue[j] = rules.substituteValue;
-
-        // DELIBERATE neighbour-override: in every kind of file, and after the region rule, which it undoes.
-        if (rules.neighbours && cutCell.kinds.onSurface(j))
-        {
-            const int nearest = cutCell.neighbour[cutCell.rowOfNode[j]][1];
-            if (nearest <= voxelValue.count())
-                cutCellValue[j] = voxelValue[nearest];
-        }
-
-        // DELIBERATE range-of-picked-values: the range takes the value first picked up, not the one that was stored.
+        // DELIBERATE range-of-picked-values: the range takes the assigned node's value, not the one that was stored.
+        const float picked = voxelValue[cutCell.voxelNode[j]];
         if (picked > max)
             max = picked;
         if (picked < min)

@@ -25,6 +25,25 @@ struct PickUpRules
     float substituteValue = 0.0f;
 };
 
+/// By which rule a cut-cell node gets its value.
+enum class PickUpRule
+{
+    AssignedNode,  // the value of the voxel node that the mapping engine found
+    NearestOfKind, // the value of the nearest voxel node of its own kind
+    WrongKind,     // the substitute, because the assigned voxel node is off the cut-cell node's surface
+    OutOfRange,    // the assigned voxel node lies beyond the voxel values: the substitute, or nothing at all
+};
+
+struct PickUp
+{
+    PickUpRule rule;
+    int voxelNode; // whose value is taken, under the first two rules; 0 = entry 0 of the voxel values
+};
+
+/// The rule for one cut-cell node, and the voxel node that it leads to.
+[[nodiscard]] PickUp pickUpOf(const CutCellSources& cutCell, const NodeKinds& voxelKinds, const PickUpRules& rules, int voxelValueTotal,
+                              int cutCellNode);
+
 /// Fills `cutCellValue` and widens [min, max] by every voxel value that is picked up. Nodes whose voxel node lies beyond the
 /// voxel values keep what `cutCellValue` holds, or get the substitute, and leave the range alone.
 ///   voxelKinds  marks of the voxel nodes, read only with both rules on

@@ -2,12 +2,17 @@
 
 #include "commands.h"
 #include "console.h"
+#include "map_facts.h"
 #include "map_job.h"
+#include "mapping_report_html.h"
+#include "mapping_report_json.h"
+#include "text_file.h"
 
 #include <CLI/CLI.hpp>
 
 #include <iostream>
 #include <memory>
+#include <optional>
 
 namespace tav3d::tools
 {
@@ -20,37 +25,50 @@ struct Arguments
     std::string mesh;
     std::vector<std::string> results;
     std::string output;
+    std::string report;
+    bool json = false;
     MapOptions options;
 };
+
+void tell(const MapOutcome& outcome, bool json)
+{
+    if (!outcome.failure.empty())
+        std::cerr << "tav3d: error: " << outcome.failure << '\n';
+    else if (!json)
+        std::cout << outcome.task.target.string() << ": mapped from " << outcome.voxelFile.string() << std::endl;
+    if (!outcome.note.empty())
+        std::cerr << "tav3d: note: " << outcome.task.source.string() << ": " << outcome.note << '\n';
+}
 
 void mapFiles(const Arguments& arguments)
 {
     const std::vector<MapTask> tasks = makeMapTasks(arguments.results, arguments.output);
-    std::unique_ptr<ProgressBar> bar;
-    const MapTask* shown = nullptr;
-    const auto observe = [&](const MapTask& task, int done, int total)
-    {
-        if (&task != shown)
-        {
-            bar.reset();
-            bar = std::make_unique<ProgressBar>(task.source.filename().string());
-            shown = &task;
-        }
-        bar->update(done, total);
-    };
-    const std::vector<MapOutcome> outcomes = runMapTasks(arguments.mesh, tasks, arguments.options, observe);
-    bar.reset();
+    if (!arguments.report.empty())
+        checkCanWrite(arguments.report);
+    MapSession session(arguments.mesh, arguments.options);
+    std::optional<MapFacts> facts;
+    if (arguments.json || !arguments.report.empty())
+        facts.emplace(arguments.mesh, arguments.options, session, !arguments.report.empty());
 
     bool allMapped = true;
-    for (const MapOutcome& outcome : outcomes)
+    for (const MapTask& task : tasks)
     {
-        if (outcome.failure.empty())
-            std::cout << outcome.task.target.string() << ": mapped from " << outcome.voxelFile.string() << '\n';
-        else
-            std::cerr << "tav3d: error: " << outcome.failure << '\n';
-        if (!outcome.note.empty())
-            std::cerr << "tav3d: note: " << outcome.task.source.string() << ": " << outcome.note << '\n';
+        MapOutcome outcome;
+        {
+            ProgressBar bar(task.source.filename().string());
+            outcome = session.run(task, [&bar](int done, int total) { bar.update(done, total); });
+        }
+        tell(outcome, arguments.json);
         allMapped = allMapped && outcome.failure.empty();
+        if (facts)
+            facts->add(outcome);
+    }
+    if (arguments.json)
+        std::cout << mappingReportJson(facts->report());
+    if (!arguments.report.empty())
+    {
+        writeTextFile(arguments.report, mappingReportHtml(facts->report()));
+        std::cerr << "tav3d: report: " << arguments.report << '\n';
     }
     if (!allMapped)
         throw CLI::RuntimeError(exitFailed);
@@ -74,12 +92,16 @@ void addMapCommand(CLI::App& app)
     command->add_option("--part-insert-mode", arguments->options.partInsertMode, "1 = search part and part insert alike")
         ->check(CLI::Range(0, 1))
         ->capture_default_str();
-    command->add_option("--filling-time", arguments->options.fillingTime, "Filling time in seconds, for the head of the mapped files");
+    command->add_option("--filling-time", arguments->options.fillingTime,
+                        "Filling time in seconds for the head of the mapped files; without it, as the voxel file has it");
     command->add_flag("--tecplot", arguments->options.tecplot, "Also write Tecplot files of the items 1 and 6 into the working directory");
     command->add_option(
         "-o,--output", arguments->output,
         "Write the mapped results there (a folder, or with one result a file) and leave the sources alone. Without it a result is "
         "mapped in place: part.q7f moves to part_vox.q7f, and part.q7f becomes the mapped result");
+    command->add_option("--report", arguments->report,
+                        "Write a report on the mapping there: one HTML page with tables and a view of the part");
+    command->add_flag("--json", arguments->json, "Print the facts of the report as JSON on standard output");
     command->footer("Example: tav3d map part.krn part.q7f part.q7c --smooth");
     command->callback([arguments] { mapFiles(*arguments); });
 }

@@ -6,6 +6,7 @@
 #include "Tav3dQ7XMapping_Voxel2CutCell.h"
 #include "console.h"
 #include "opensuite/item_observer.h"
+#include "resultmapping/driver_view.h"
 
 #include <array>
 #include <chrono>
@@ -40,6 +41,11 @@ void checkExtension(const fs::path& file)
         fail(file, "the file name has no extension; result files end in .q7f, .q7p, .q7c, .q7hc, .rsf or .rsc");
     if (!known.contains(extension))
         fail(file, "extension '" + extension + "' is none of .q7f, .q7p, .q7c, .q7hc, .rsf, .rsc (case matters)");
+}
+
+double secondsSince(std::chrono::steady_clock::time_point begin)
+{
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
 }
 
 struct NodeCounts
@@ -194,60 +200,6 @@ std::string reasonOf(int code)
     }
 }
 
-void runTask(CTav3dQ7XMapping_Voxel2CutCell& driver, const NodeCounts& mesh, const MapOptions& options, const MapObserver& observe,
-             MapOutcome& outcome)
-{
-    const MapTask& task = outcome.task;
-    checkExtension(task.source);
-    Start start = findStart(task, mesh);
-    outcome.voxelFile = start.voxelFile;
-    outcome.note = start.note;
-    checkTarget(task.target, start.inform);
-
-    const opensuite::WatchItems watch(
-        [&](int done, int total)
-        {
-            if (observe)
-                observe(task, done, total);
-        });
-    std::string voxelFile = start.voxelFile.string();
-    std::string target = task.target.string();
-    const int smooth = options.smooth ? 1 : 0;
-    if (!start.moveAside)
-    {
-        const int code = driver.Voxel2CutCellResult(voxelFile, target, smooth);
-        outcome.failure = code != 1 ? task.source.string() + ": " + reasonOf(code) : whatIsWrongWith(task.target, start.inform);
-        return;
-    }
-
-    const fs::path vox = voxPathOf(task.source);
-    std::string failure;
-    try
-    {
-        const int code = driver.Voxel2CutCellResult(target, smooth);
-        failure = code != 1 ? task.source.string() + ": " + reasonOf(code) : whatIsWrongWith(task.target, start.inform);
-    }
-    catch (const std::exception& error)
-    {
-        failure = task.source.string() + ": " + error.what();
-    }
-    if (failure.empty())
-    {
-        outcome.voxelFile = vox;
-        return;
-    }
-    outcome.failure = failure;
-    if (isVoxelResult(task.source) || !isVoxelResult(vox))
-        return; // the driver has not moved it
-    std::error_code notMoved;
-    fs::rename(vox, task.source, notMoved);
-    if (notMoved)
-    {
-        outcome.voxelFile = vox;
-        outcome.failure += "; the voxel file could not be moved back and stands at " + vox.string();
-    }
-}
-
 } // namespace
 
 std::vector<MapTask> makeMapTasks(const std::vector<std::string>& results, const std::string& output)
@@ -279,36 +231,99 @@ std::vector<MapTask> makeMapTasks(const std::vector<std::string>& results, const
     return tasks;
 }
 
-std::vector<MapOutcome> runMapTasks(const std::string& meshFile, const std::vector<MapTask>& tasks, const MapOptions& options,
-                                    const MapObserver& observe)
+MapSession::MapSession(const std::string& meshFile, const MapOptions& options)
+    : options_(options)
 {
     const StandardOutputToStandardError redirected;
+    const auto begin = std::chrono::steady_clock::now();
     const NodeCounts mesh = nodeCountsOf(meshFile);
+    voxelNodeTotal_ = mesh.voxel;
+    cutCellNodeTotal_ = mesh.cutCell;
+    driver_ = std::make_unique<CTav3dQ7XMapping_Voxel2CutCell>();
+    driver_->DebugControl(0, options.tecplot ? 1 : 0);
+    driver_->SetParameters(meshFile.c_str(), options.mode, options.partInsertMode);
+    secondsOfLoading_ = secondsSince(begin);
+}
 
-    CTav3dQ7XMapping_Voxel2CutCell driver;
-    driver.DebugControl(0, options.tecplot ? 1 : 0);
-    driver.Setfillingtime(options.fillingTime);
-    driver.SetParameters(meshFile.c_str(), options.mode, options.partInsertMode);
+MapSession::~MapSession() = default;
 
-    std::vector<MapOutcome> outcomes;
-    for (const MapTask& task : tasks)
+const CTav3dMeshMappingArrary& MapSession::mapping() const
+{
+    return *CTav3dQ7XMapping_Voxel2CutCell_View::mapping(*driver_);
+}
+
+MapOutcome MapSession::run(const MapTask& task, const MapObserver& observe)
+{
+    const StandardOutputToStandardError redirected;
+    const auto begin = std::chrono::steady_clock::now();
+    MapOutcome outcome;
+    outcome.task = task;
+    outcome.voxelFile = task.source;
+    try
     {
-        MapOutcome outcome;
-        outcome.task = task;
-        outcome.voxelFile = task.source;
-        const auto begin = std::chrono::steady_clock::now();
-        try
-        {
-            runTask(driver, mesh, options, observe, outcome);
-        }
-        catch (const std::exception& error)
-        {
-            outcome.failure = error.what();
-        }
-        outcome.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
-        outcomes.push_back(std::move(outcome));
+        mapFile(observe, outcome);
     }
-    return outcomes;
+    catch (const std::exception& error)
+    {
+        outcome.failure = error.what();
+    }
+    outcome.seconds = secondsSince(begin);
+    return outcome;
+}
+
+void MapSession::mapFile(const MapObserver& observe, MapOutcome& outcome)
+{
+    const MapTask& task = outcome.task;
+    const NodeCounts mesh{voxelNodeTotal_, cutCellNodeTotal_};
+    checkExtension(task.source);
+    Start start = findStart(task, mesh);
+    outcome.voxelFile = start.voxelFile;
+    outcome.note = start.note;
+    checkTarget(task.target, start.inform);
+
+    const opensuite::WatchItems watch(
+        [&](int done, int total)
+        {
+            if (observe)
+                observe(done, total);
+        });
+    std::string voxelFile = start.voxelFile.string();
+    std::string target = task.target.string();
+    driver_->Setfillingtime(options_.fillingTime.value_or(start.inform.m_dFillingTime));
+    const int smooth = options_.smooth ? 1 : 0;
+    if (!start.moveAside)
+    {
+        const int code = driver_->Voxel2CutCellResult(voxelFile, target, smooth);
+        outcome.failure = code != 1 ? task.source.string() + ": " + reasonOf(code) : whatIsWrongWith(task.target, start.inform);
+        return;
+    }
+
+    const fs::path vox = voxPathOf(task.source);
+    std::string failure;
+    try
+    {
+        const int code = driver_->Voxel2CutCellResult(target, smooth);
+        failure = code != 1 ? task.source.string() + ": " + reasonOf(code) : whatIsWrongWith(task.target, start.inform);
+    }
+    catch (const std::exception& error)
+    {
+        failure = task.source.string() + ": " + error.what();
+    }
+    if (failure.empty())
+    {
+        outcome.voxelFile = vox;
+        return;
+    }
+    outcome.failure = failure;
+    if (isVoxelResult(task.source) || !isVoxelResult(vox))
+        return; // the driver has not moved it
+    std::error_code notMoved;
+    fs::rename(vox, task.source, notMoved);
+    if (notMoved)
+    {
+        outcome.voxelFile = vox;
+        outcome.failure += "; the voxel file could not be moved back and stands at " + vox.string();
+    }
 }
 
 } // namespace tav3d::tools

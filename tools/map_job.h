@@ -5,8 +5,13 @@
 
 #include <filesystem>
 #include <functional>
+#include <memory>
+#include <optional>
 #include <string>
 #include <vector>
+
+class CTav3dMeshMappingArrary;
+class CTav3dQ7XMapping_Voxel2CutCell;
 
 namespace tav3d::tools
 {
@@ -16,7 +21,7 @@ struct MapOptions
     int mode = 1; ///< mapping mode of the driver: 0, 1 or 2
     bool smooth = false;
     int partInsertMode = 0;
-    double fillingTime = 0.0; ///< s
+    std::optional<double> fillingTime; ///< s, for the head of the mapped files; absent = as the voxel file has it
     bool tecplot = false;
 };
 
@@ -42,13 +47,36 @@ struct MapOutcome
 /// Throws std::runtime_error when a file is named twice, a target is also a source, or two targets coincide.
 [[nodiscard]] std::vector<MapTask> makeMapTasks(const std::vector<std::string>& results, const std::string& output);
 
-/// Told after each item that is stored: the task, items stored, items in the file.
-using MapObserver = std::function<void(const MapTask&, int, int)>;
+/// Told after each item that is stored: items stored, items in the file.
+using MapObserver = std::function<void(int, int)>;
 
-/// Maps all tasks with the model loaded once. A task that fails does not stop the others: its outcome says why, and its voxel file stands under the
-/// name that it had. What the library prints on standard output comes out on standard error.
-/// Throws std::runtime_error when the mesh file cannot be used; nothing has been touched then.
-[[nodiscard]] std::vector<MapOutcome> runMapTasks(const std::string& meshFile, const std::vector<MapTask>& tasks, const MapOptions& options,
-                                                  const MapObserver& observe);
+/// One model, loaded once, to which result files are mapped one by one. What the library prints on standard output comes out on standard error.
+class MapSession
+{
+public:
+    /// Loads both meshes. Throws std::runtime_error when the mesh file cannot be used.
+    MapSession(const std::string& meshFile, const MapOptions& options);
+    ~MapSession();
+    MapSession(const MapSession&) = delete;
+    MapSession& operator=(const MapSession&) = delete;
+
+    /// Maps one file. Throws nothing that the file is to blame for: the outcome says why a task failed, and its voxel file then stands under the name
+    /// that it had. `observe` may be empty.
+    [[nodiscard]] MapOutcome run(const MapTask& task, const MapObserver& observe);
+
+    /// The loaded model, to tell how values came about.
+    [[nodiscard]] const CTav3dMeshMappingArrary& mapping() const;
+
+    [[nodiscard]] double secondsOfLoading() const noexcept { return secondsOfLoading_; }
+
+private:
+    void mapFile(const MapObserver& observe, MapOutcome& outcome);
+
+    MapOptions options_;
+    int voxelNodeTotal_ = 0;
+    int cutCellNodeTotal_ = 0;
+    double secondsOfLoading_ = 0.0;
+    std::unique_ptr<CTav3dQ7XMapping_Voxel2CutCell> driver_;
+};
 
 } // namespace tav3d::tools

@@ -1,0 +1,35 @@
+#pragma once
+
+// What the mapping report tells of a mapped file, found by reading both files again and asking the loaded model how each node got its value.
+
+#include "map_job.h"
+#include "mapping_report.h"
+
+#include <string>
+
+namespace tav3d::tools
+{
+
+/// Gathers facts for one model.
+class MapFacts
+{
+public:
+    /// `withSurfaces`: read the surfaces of both meshes for the page's view, too (JSON does without). Throws FileError when the mesh file cannot be read.
+    MapFacts(const std::string& meshFile, const MapOptions& options, const MapSession& session, bool withSurfaces);
+
+    /// Adds a file. Throws std::runtime_error when a mapped file cannot be read again.
+    void add(const MapOutcome& outcome);
+
+    [[nodiscard]] const MappingReport& report() const noexcept { return report_; }
+
+private:
+    void addItems(const MapOutcome& outcome, FileReport& file) const;
+
+    const MapSession& session_;
+    bool withSurfaces_;
+    MappingReport report_;
+    std::vector<std::int32_t> voxelNodeOfPoint_;
+    std::vector<std::int32_t> cutCellNodeOfPoint_;
+};
+
+} // namespace tav3d::tools
