@@ -1,5 +1,6 @@
 #include "cgns_reader.h"
 
+#include "cgns_driver.h"
 #include "cgns_hdf5.h"
 
 #include <algorithm>
@@ -199,15 +200,15 @@ public:
             throw FileError(FileFailure::CannotOpen, file, "", "no file name");
         const std::filesystem::path path(file);
         checkSuperblock(file, path);
-        std::error_code error;
-        size_ = std::filesystem::file_size(path, error);
+        input_ = std::make_unique<CgnsInput>(path);
+        if (!input_->isOpen())
+            throw FileError(FileFailure::CannotOpen, file, "", "cannot be opened for reading");
+        size_ = input_->size();
 
         const Properties access(H5Pcreate(H5P_FILE_ACCESS));
         H5Pset_fclose_degree(access.get(), H5F_CLOSE_STRONG);
-        // Files are replaced, never changed in place, so readers need no locks; and network file systems often have none.
-        H5Pset_file_locking(access.get(), false, true);
-        const std::u8string name = path.u8string();
-        id_ = File(H5Fopen(reinterpret_cast<const char*>(name.c_str()), H5F_ACC_RDONLY, access.get()));
+        input_->attachTo(access.get());
+        id_ = File(H5Fopen(file.c_str(), H5F_ACC_RDONLY, access.get()));
         if (!id_)
             throw FileError(FileFailure::BadContent, file, "", "the HDF5 structure is damaged");
         const Group root(H5Gopen2(id_.get(), "/", H5P_DEFAULT));
@@ -351,6 +352,7 @@ public:
 
 private:
     std::string file_;
+    std::unique_ptr<CgnsInput> input_; // outlives id_
     std::uint64_t size_ = 0;
     File id_;
 };
