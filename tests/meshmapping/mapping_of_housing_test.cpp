@@ -50,7 +50,7 @@ TEST_P(HousingMapping, agrees_with_the_references)
     ASSERT_EQ(model.cutCell.partInsert.empty(), !withInsert);
     MappedModel mapped(model, mode, insertMode);
     EXPECT_EQ(mapped.console, "");
-    expectAgreesWithReference(mapped, model, 7);
+    expectAgreesWithReference(mapped, model, 3);
     expectPickUpAgreesWithReference(mapped, model);
 }
 
