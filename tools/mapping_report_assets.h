@@ -10,6 +10,7 @@ namespace tav3d::tools::report_assets
 extern const std::string_view pageTemplate;
 extern const std::string_view viewTemplate;
 extern const std::string_view style;
-extern const std::string_view script;
+extern const std::string_view pageScript; ///< of every page
+extern const std::string_view viewScript; ///< of pages with a view
 
 } // namespace tav3d::tools::report_assets

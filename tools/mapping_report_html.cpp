@@ -164,15 +164,18 @@ std::string mappingReportHtml(const MappingReport& report)
                                                        {"cut-cell-caption", surfaceCaption(report.cutCellSurface, report.cutCellNodes)}});
     }
     const std::string heading = escapeHtml(fileNameOf(report.meshFile));
-    return fillTemplate(report_assets::pageTemplate, {{"title", "Mapping report: " + heading},
-                                                      {"style", std::string(report_assets::style)},
-                                                      {"heading", heading},
-                                                      {"summary", summary(report)},
-                                                      {"view", view},
-                                                      {"files", filesHtml(report)},
-                                                      {"stages", stagesHtml(report)},
-                                                      {"data", view.empty() ? std::string() : data},
-                                                      {"script", std::string(report_assets::script)}});
+    return fillTemplate(
+        report_assets::pageTemplate,
+        {{"title", "Mapping report: " + heading},
+         {"style", std::string(report_assets::style)},
+         {"heading", heading},
+         {"summary", summary(report)},
+         {"view", view},
+         {"files", filesHtml(report)},
+         {"stages", stagesHtml(report)},
+         {"data", view.empty() ? std::string() : data},
+         {"script", std::string(report_assets::pageScript)},
+         {"view-script", view.empty() ? std::string() : "<script>\n" + std::string(report_assets::viewScript) + "</script>\n"}});
 }
 
 } // namespace tav3d::tools

@@ -240,7 +240,8 @@ TEST(ReportPage, has_all_its_parts_filled_in)
 
 TEST(ReportPage, scripts_and_styles_do_not_end_early)
 {
-    EXPECT_EQ(report_assets::script.find("</"), std::string_view::npos);
+    EXPECT_EQ(report_assets::pageScript.find("</"), std::string_view::npos);
+    EXPECT_EQ(report_assets::viewScript.find("</"), std::string_view::npos);
     EXPECT_EQ(report_assets::style.find("</"), std::string_view::npos);
 }
 
