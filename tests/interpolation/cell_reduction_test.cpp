@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <numeric>
 #include <random>
 
@@ -95,17 +96,19 @@ TEST(CellReduction, cube_in_any_order_gives_the_standard_hexahedron)
 
 TEST(CellReduction, node_on_a_centre_plane_lies_on_the_lower_side)
 {
-    // Box 0..2: (1, 0, 0) has x = cx, so it competes for the low corner and loses it there to (0, 0, 0); the high corner is left with what is
-    // strictly above.
-    std::vector<std::vector<double>> points = {{1, 0, 0}, {0, 0, 0}, {1.5, 0, 0}, {2, 2, 0}, {0, 2, 0},
-                                               {0, 0, 2}, {2, 0, 2}, {2, 2, 2},   {0, 2, 2}};
-    const std::array<std::size_t, 8> corner = ReduceCellToHexa(record(points));
-    EXPECT_EQ(corner[0], 1u);
-    EXPECT_EQ(corner[1], 2u) << "x = 1.5: the only node above the plane, on the low y and z sides";
-
-    // Without it no node is left there: the first node of the row stands in.
-    points.erase(points.begin() + 2);
-    EXPECT_EQ(ReduceCellToHexa(record(points))[1], 0u);
+    // Box 0..2, and one node in the middle of an edge from (0, 0, 0): it loses its low corner to that node, and the corner at the other end of the
+    // edge, where no node stands, is not its either: the first node of the row stands in.
+    const std::vector<std::vector<double>> middles = {{1, 0, 0}, {0, 1, 0}, {0, 0, 1}};
+    const std::size_t empty[] = {1, 3, 4}; // corners (2, 0, 0), (0, 2, 0), (0, 0, 2) in hexahedron order
+    for (std::size_t axis = 0; axis < 3; ++axis)
+    {
+        std::vector<std::vector<double>> points = {{0, 0, 0}, middles[axis], {2, 2, 2}};
+        EXPECT_EQ(ReduceCellToHexa(record(points))[0], 0u);
+        EXPECT_EQ(ReduceCellToHexa(record(points))[empty[axis]], 0u);
+        // strictly above the plane it is on the upper side
+        points[1][axis] = std::nextafter(1.0, 2.0);
+        EXPECT_EQ(ReduceCellToHexa(record(points))[empty[axis]], 1u);
+    }
 }
 
 TEST(CellReduction, x_decides_first_then_y_then_z)

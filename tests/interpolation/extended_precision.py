@@ -32,13 +32,13 @@ def weights(p: np.ndarray, c: float) -> np.ndarray:
 
 
 def fit(p: np.ndarray, phi: np.ndarray) -> tuple[np.ndarray, np.ndarray]:
-    """Derivatives at p[0] and the last point's weights, each axis with the parameter whose weights sum nearest to zero."""
-    best, derivative, last = np.full(3, 1e10, REAL), np.zeros(3, REAL), np.zeros(3, REAL)
+    """Derivatives at p[0], fields by axes, and the last point's weights; each axis with the parameter whose weights sum nearest to zero."""
+    best, derivative, last = np.full(3, 1e10, REAL), np.zeros((2, 3), REAL), np.zeros(3, REAL)
     for c in np.cumsum([1.0] + [0.1] * 19):
         w = weights(p, c)
         defect = np.abs(w.sum(axis=0))
         better = defect - best < 1e-10
-        best[better], derivative[better], last[better] = defect[better], (phi @ w)[better], w[-1][better]
+        best[better], derivative[:, better], last[better] = defect[better], (phi.T @ w)[:, better], w[-1][better]
     return derivative, last
 
 
@@ -49,15 +49,16 @@ def neighbourhood(node: int, m: int) -> list[int]:
     return [i + m * (j + m * k) for k in ranges[2] for j in ranges[1] for i in ranges[0]]
 
 
-def interpolate(nodes: np.ndarray, phi: np.ndarray, q: np.ndarray, m: int) -> float:
-    total = REAL(0)
+def interpolate(nodes: np.ndarray, phi: np.ndarray, q: np.ndarray, m: int) -> np.ndarray:
+    """The values of both fields (columns of phi) at q."""
+    total = np.zeros(2, REAL)
     nearest = np.argsort(((nodes - q) ** 2).sum(axis=1), kind="stable")[:4]
     for node in nearest:
         around = neighbourhood(int(node), m)
         without, _ = fit(nodes[around], phi[around])
-        joined, weight = fit(np.vstack([nodes[around], q]), np.append(phi[around], REAL(0)))
-        total += ((without - joined) / weight).sum()
-    return float(total / 12)
+        joined, weight = fit(np.vstack([nodes[around], q]), np.vstack([phi[around], np.zeros(2, REAL)]))
+        total += ((without - joined) / weight).sum(axis=1)
+    return total / 12
 
 
 def main(probe: str) -> int:
@@ -68,8 +69,8 @@ def main(probe: str) -> int:
         nodes = np.array([line[1:] for line in lines if line[0] == "node"], dtype=REAL)
         points = np.array([line[1:] for line in lines if line[0] == "point"], dtype=REAL)
         for p in points[:POINTS]:
-            for k in range(2):
-                worst = max(worst, abs(interpolate(nodes[:, :3], nodes[:, 3 + k], p[:3], cells + 1) - float(p[5 + k])))
+            difference = interpolate(nodes[:, :3], nodes[:, 3:], p[:3], cells + 1) - p[5:7]
+            worst = max(worst, float(np.max(np.abs(difference))))
     print(f"largest difference {worst:.1e}")
     return 0 if worst < TOLERANCE else 1
 

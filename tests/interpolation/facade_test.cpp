@@ -106,6 +106,27 @@ TEST(Facade, sorting_and_interpolation_are_the_engines)
     EXPECT_EQ(ours, theirs);
 }
 
+// DELIBERATE interpolation-skips-one
+TEST(Facade, data_point_placed_in_cell_one_after_sorting_is_skipped)
+{
+    Mesh mesh = meshes::grid(2, 2.0);
+    Points sorted = {{1.5, 0.5, 0.5}};
+    std::vector<double> onNodes(mesh.node.x.size(), 5.0);
+    CTav3dInterpolation facade;
+    setMesh(facade, mesh);
+    facade.SetSorting(mesh.node.count(), mesh.cell.count(), mesh.node.x.data(), mesh.node.y.data(), mesh.node.z.data(), mesh.cell.data(), 1,
+                      sorted.x.data(), sorted.y.data(), sorted.z.data());
+    facade.SetNDataPoint(1);
+    double value = -3;
+    ASSERT_EQ(facade.SetDataPoint(1, 0.6, 0.4, 0.3), 1);
+    facade.GetInterpolation(1, onNodes.data(), value);
+    EXPECT_EQ(value, -3);
+    ASSERT_EQ(facade.SetDataPoint(1, 1.4, 0.4, 0.3), 2);
+    facade.GetInterpolation(1, onNodes.data(), value);
+    EXPECT_NEAR(value, 5, 0.1) << "in any other cell: the stencil of the sorting, the new place";
+    facade.CleanDataPoint();
+}
+
 TEST(Facade, loaded_fields_are_evaluated_in_cells_and_on_faces)
 {
     const tav3d::test::ScratchFolder folder;

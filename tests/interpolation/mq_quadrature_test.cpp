@@ -569,6 +569,20 @@ TEST(GetInterpolation, axis_without_a_weight_contributes_its_derivative_times_1e
     EXPECT_EQ(value, ((first.derivative[1] / 1.0e-30 + first.derivative[0] / 1.0e-30) + first.derivative[2] / 1.0e-30) / 3.0);
 }
 
+TEST(GetInterpolation, axis_that_neither_fit_qualifies_for_contributes_nothing)
+{
+    Mesh mesh;
+    mesh.node = {{0, 0, 0}, {std::numeric_limits<double>::infinity(), 0, 0}, {0, 1, 0}, {0, 0, 1}};
+    mesh.addCell({1, 2, 3, 4});
+    Points data = {{0.2, 0.2, 0.2}};
+    std::vector<double> phi = {0, 1, 3, 4, 5};
+    CSolInterpolation engine;
+    sort(engine, mesh, data);
+    double value = -1;
+    engine.GetInterpolation(1, phi.data(), value);
+    EXPECT_EQ(value, 0.0);
+}
+
 TEST(GetInterpolation, data_point_on_a_node_returns_whatever_comes)
 {
     // Two equal rows in the second fit; only the process must go on.

@@ -77,11 +77,10 @@ TEST(Sorting, ties_go_to_the_lower_number)
 
 TEST(Sorting, squares_are_summed_from_the_left)
 {
-    // (1 + 2^-53) + 2^-53 is 1, 1 + (2^-53 + 2^-53) is not: only from the left are the two points equally near.
-    const double s = std::ldexp(1.0, -27) * std::sqrt(2.0);
-    ASSERT_EQ((1.0 + s * s / 2) + s * s / 2 > 1.0, false);
-    const double h = s / std::sqrt(2.0);
+    // h^2 is three quarters of the half digit behind 1: added one at a time both are lost, added together they are not.
+    const double h = std::sqrt(0.75 * 0x1p-53);
     ASSERT_EQ((1.0 + h * h) + h * h, 1.0);
+    ASSERT_GT(1.0 + (h * h + h * h), 1.0);
     EXPECT_EQ(sorted({{1, h, h}, {1, 0, 0}}, 0, 0, 0, 2), (std::vector<int>{77, 1, 2}));
 }
 

@@ -275,6 +275,14 @@ TEST(CellValue, one_cell_of_weight_zero_shuts_out_the_others)
     }
 }
 
+TEST(CellValue, negative_weights_are_weights)
+{
+    Evaluated e(twoTetrahedra());
+    e.weight[1] = -1.0;
+    e.weight[2] = 3.0;
+    EXPECT_NEAR(e.valueAtNode(1, 1, std::vector<double>{0, 1, 3}), 4.0, 1e-14);
+}
+
 TEST(CellValue, weight_that_is_not_a_number_is_not_zero)
 {
     Evaluated e(twoTetrahedra());
