@@ -71,8 +71,9 @@ std::string verdict(const MappingReport& report)
             if (!file.failed)
             {
                 ++(item.known ? mapped : copied);
-                const RegionReport* whole = wholeModel(item);
-                withoutValue += whole != nullptr ? whole->nodesWithoutValue : 0;
+                for (const RegionReport& region : item.regions) // a mould node has no value in an item of the part
+                    if (region.region == Region::partSurface || region.region == Region::plasticInside)
+                        withoutValue += region.nodesWithoutValue;
             }
         }
     }
@@ -81,7 +82,8 @@ std::string verdict(const MappingReport& report)
                                          countText(failed) + " failed</strong>: ";
     text += withNoun(mapped, "item", "items") + " carried over";
     text += copied > 0 ? ", " + withNoun(copied, "item", "items") + " copied unmapped" : "";
-    text += withoutValue > 0 ? ". " + withNoun(withoutValue, "value is", "values are") + " missing." : ". Every node has a value.";
+    text += withoutValue > 0 ? ". " + withNoun(withoutValue, "value of the part is", "values of the part are") + " 0 or missing."
+                             : ". Every node of the part has a value.";
     return mapped == 0 ? text.substr(0, text.find(": ")) + "." : text;
 }
 

@@ -230,10 +230,13 @@ TEST(ReportPage, refers_to_nothing_outside_of_itself)
 
 TEST(ReportPage, has_all_its_parts_filled_in)
 {
-    const std::string page = mappingReportHtml(tav3d::tests::twoBoxes());
+    MappingReport report = tav3d::tests::twoBoxes();
+    report.files[0].items[1].regions[0].nodesWithoutValue = 1;
+    const std::string page = mappingReportHtml(report);
     EXPECT_EQ(page.find("{{"), std::string::npos);
     EXPECT_NE(page.find("<h1><bdi>boxes.krn</bdi></h1>"), std::string::npos);
-    EXPECT_NE(page.find("1 of 2 files mapped, <strong>1 failed</strong>: 2 items carried over. 1 value is missing."), std::string::npos);
+    EXPECT_NE(page.find("1 of 2 files mapped, <strong>1 failed</strong>: 2 items carried over. 1 value of the part is 0 or missing."),
+              std::string::npos);
     EXPECT_NE(page.find("cannot be read: truncated"), std::string::npos);
     EXPECT_NE(page.find("smoothed, mapped, ID map of type 1"), std::string::npos);
 }
