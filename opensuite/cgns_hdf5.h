@@ -6,6 +6,7 @@
 
 #include <hdf5.h>
 
+#include <exception>
 #include <utility>
 
 namespace tav3d::opensuite::hdf5
@@ -53,11 +54,19 @@ using Type = Handle<H5Tclose>;
 using Attribute = Handle<H5Aclose>;
 using Properties = Handle<H5Pclose>;
 
-/// While it lives, HDF5 prints no error stack on this thread; what a host had set is put back.
+/// While it lives, HDF5 prints no error stack on this thread; afterwards what a host had set is put back.
 class Quiet
 {
 public:
-    Quiet() noexcept
+    enum class AfterFailure
+    {
+        PutBack,
+        StayQuiet, // HDF5 loses track of what it could not load from a damaged file, and would say so at the end of the process
+    };
+
+    explicit Quiet(AfterFailure afterFailure = AfterFailure::PutBack) noexcept
+        : stayQuiet_(afterFailure == AfterFailure::StayQuiet)
+        , exceptions_(std::uncaught_exceptions())
     {
         H5Eget_auto2(H5E_DEFAULT, &function_, &data_);
         H5Eset_auto2(H5E_DEFAULT, nullptr, nullptr);
@@ -65,12 +74,15 @@ public:
     ~Quiet()
     {
         H5Eclear2(H5E_DEFAULT);
-        H5Eset_auto2(H5E_DEFAULT, function_, data_);
+        if (!stayQuiet_ || std::uncaught_exceptions() == exceptions_)
+            H5Eset_auto2(H5E_DEFAULT, function_, data_);
     }
     Quiet(const Quiet&) = delete;
     Quiet& operator=(const Quiet&) = delete;
 
 private:
+    bool stayQuiet_;
+    int exceptions_;
     H5E_auto2_t function_ = nullptr;
     void* data_ = nullptr;
 };

@@ -18,6 +18,14 @@ namespace
 
 using namespace hdf5;
 
+struct ReadQuietly : Quiet
+{
+    ReadQuietly()
+        : Quiet(AfterFailure::StayQuiet)
+    {
+    }
+};
+
 constexpr int maxRank = 12;                // of CGNS
 constexpr std::int64_t maxLinkText = 4096; // characters of a file name or a path
 
@@ -85,26 +93,25 @@ std::optional<std::string> textAttribute(hid_t group, const char* name, std::siz
     return std::string(text.data());
 }
 
-/// Whether `name` is a plain link from `group` to an object in the same file.
-bool isHardLink(hid_t group, const char* name)
-{
-    H5L_info_t link;
-    return H5Lexists(group, name, H5P_DEFAULT) > 0 && H5Lget_info(group, name, &link, H5P_DEFAULT) >= 0 && link.type == H5L_TYPE_HARD;
-}
-
-/// Opens a child by a plain link; nothing when there is none or it is not of the kind `wanted`.
+/// Opens a child by a plain link; nothing when there is none or it is not of the kind `wanted`. Sets `damaged` when something stands there that
+/// HDF5 cannot load: that must not pass for nothing.
 template <class Object, hid_t (*Open)(hid_t, const char*, hid_t)>
-Object openChild(hid_t group, const char* name, H5O_type_t wanted)
+Object openChild(hid_t group, const char* name, H5O_type_t wanted, bool& damaged)
 {
-    H5O_info_t object;
-    if (!isHardLink(group, name) || H5Oget_info_by_name2(group, name, &object, H5O_INFO_BASIC, H5P_DEFAULT) < 0 || object.type != wanted)
+    const htri_t exists = H5Lexists(group, name, H5P_DEFAULT);
+    if (exists == 0)
         return {};
-    return Object(Open(group, name, H5P_DEFAULT));
-}
-
-Dataset openDataset(hid_t group, const char* name)
-{
-    return openChild<Dataset, H5Dopen2>(group, name, H5O_TYPE_DATASET);
+    H5L_info_t link;
+    damaged = exists < 0 || H5Lget_info(group, name, &link, H5P_DEFAULT) < 0;
+    if (damaged || link.type != H5L_TYPE_HARD)
+        return {};
+    H5O_info_t object;
+    damaged = H5Oget_info_by_name2(group, name, &object, H5O_INFO_BASIC, H5P_DEFAULT) < 0;
+    if (damaged || object.type != wanted)
+        return {};
+    Object opened(Open(group, name, H5P_DEFAULT));
+    damaged = !opened;
+    return opened;
 }
 
 struct NameList
@@ -120,8 +127,11 @@ herr_t collectName(hid_t group, const char* name, const H5L_info_t* link, void* 
     try
     {
         H5O_info_t object;
-        if (name[0] != ' ' && link->type == H5L_TYPE_HARD && H5Oget_info_by_name2(group, name, &object, H5O_INFO_BASIC, H5P_DEFAULT) >= 0 &&
-            object.type == H5O_TYPE_GROUP)
+        if (name[0] == ' ' || link->type != H5L_TYPE_HARD)
+            return 0;
+        if (H5Oget_info_by_name2(group, name, &object, H5O_INFO_BASIC, H5P_DEFAULT) < 0)
+            return -1;
+        if (object.type == H5O_TYPE_GROUP)
             list.names.emplace_back(name);
         return 0;
     }
@@ -157,7 +167,7 @@ const CgnsNodeInfo& CgnsArray::info() const noexcept
 
 void CgnsArray::readOf(CgnsType type, std::int64_t first, void* out, std::int64_t count) const
 {
-    const Quiet quiet;
+    const ReadQuietly quiet;
     if (!impl_ || count == 0)
         return;
     const auto fail = [&](const char* reason) { throw FileError(FileFailure::BadContent, impl_->file, impl_->path, reason); };
@@ -184,7 +194,7 @@ public:
     explicit Impl(const std::string& file)
         : file_(file)
     {
-        const Quiet quiet;
+        const ReadQuietly quiet;
         if (file.empty())
             throw FileError(FileFailure::CannotOpen, file, "", "no file name");
         const std::filesystem::path path(file);
@@ -201,7 +211,9 @@ public:
         if (!id_)
             throw FileError(FileFailure::BadContent, file, "", "the HDF5 structure is damaged");
         const Group root(H5Gopen2(id_.get(), "/", H5P_DEFAULT));
-        if (!root || textAttribute(root.get(), "label", nameSize) != "Root Node of HDF5 File")
+        if (!root)
+            fail("/", "the node is damaged");
+        if (textAttribute(root.get(), "label", nameSize) != "Root Node of HDF5 File")
             throw FileError(FileFailure::WrongKind, file, "", "is an HDF5 file, but not laid out as CGNS");
     }
 
@@ -213,7 +225,10 @@ public:
         while (group && at < path.size())
         {
             const std::size_t slash = std::min(path.find('/', at), path.size());
-            group = openChild<Group, H5Gopen2>(group.get(), path.substr(at, slash - at).c_str(), H5O_TYPE_GROUP);
+            bool damaged = false;
+            group = openChild<Group, H5Gopen2>(group.get(), path.substr(at, slash - at).c_str(), H5O_TYPE_GROUP, damaged);
+            if (damaged)
+                fail(path.substr(0, slash), "the node is damaged");
             at = slash + 1;
         }
         return group;
@@ -225,6 +240,16 @@ public:
         if (!group)
             fail(path, "the node is missing");
         return group;
+    }
+
+    /// A dataset of the node at `path`.
+    Dataset openDataset(hid_t group, const char* name, const std::string& path) const
+    {
+        bool damaged = false;
+        Dataset dataset = openChild<Dataset, H5Dopen2>(group, name, H5O_TYPE_DATASET, damaged);
+        if (!dataset)
+            fail(path, damaged ? "the node's data are damaged" : "the node has no data");
+        return dataset;
     }
 
     CgnsNodeInfo info(hid_t group, const std::string& path) const
@@ -241,9 +266,7 @@ public:
         result.type = static_cast<CgnsType>(known - std::begin(typeNames));
         if (result.type == CgnsType::Empty || result.type == CgnsType::Link)
             return result;
-        const Dataset dataset = openDataset(group, " data");
-        if (!dataset)
-            fail(path, "the node has no data");
+        const Dataset dataset = openDataset(group, " data", path);
         checkDataset(dataset.get(), path, result);
         return result;
     }
@@ -285,7 +308,7 @@ public:
 
     CgnsArray open(CgnsType type, const std::string& path, std::int64_t least, std::int64_t most) const
     {
-        const Quiet quiet;
+        const ReadQuietly quiet;
         const Group group = get(path);
         CgnsArray array;
         array.impl_ = std::make_unique<CgnsArray::Impl>();
@@ -299,16 +322,14 @@ public:
         if (found.count < least || found.count > most)
             fail(path, "the node has " + std::to_string(found.count) + " elements, expected " + std::to_string(least) +
                            (least == most ? "" : " to " + std::to_string(most)));
-        array.impl_->dataset = openDataset(group.get(), " data");
+        array.impl_->dataset = openDataset(group.get(), " data", path);
         array.impl_->dims.assign(found.dims.rbegin(), found.dims.rend());
         return array;
     }
 
     std::string text(hid_t group, const char* dataset, const std::string& path) const
     {
-        const Dataset data = openDataset(group, dataset);
-        if (!data)
-            fail(path, "the link is not complete");
+        const Dataset data = openDataset(group, dataset, path);
         CgnsNodeInfo described;
         described.type = CgnsType::Char;
         checkDataset(data.get(), path, described);
@@ -322,6 +343,7 @@ public:
 
     [[noreturn]] void fail(const std::string& item, const std::string& reason) const
     {
+        const ReadQuietly quiet;
         throw FileError(FileFailure::BadContent, file_, item, reason);
     }
 
@@ -340,7 +362,7 @@ CgnsReader::CgnsReader(const std::string& file)
 
 CgnsReader::~CgnsReader()
 {
-    const Quiet quiet; // closing a damaged file may fail, and says nothing that anybody waits for
+    const ReadQuietly quiet; // closing a damaged file may fail, and says nothing that anybody waits for
     impl_.reset();
 }
 
@@ -354,19 +376,19 @@ const std::string& CgnsReader::file() const noexcept
 
 bool CgnsReader::has(const std::string& path) const
 {
-    const Quiet quiet;
+    const ReadQuietly quiet;
     return static_cast<bool>(impl_->find(path));
 }
 
 CgnsNodeInfo CgnsReader::info(const std::string& path) const
 {
-    const Quiet quiet;
+    const ReadQuietly quiet;
     return impl_->info(impl_->get(path).get(), path);
 }
 
 std::vector<std::string> CgnsReader::children(const std::string& path) const
 {
-    const Quiet quiet;
+    const ReadQuietly quiet;
     const Group group = impl_->get(path);
     NameList list;
     hsize_t position = 0;
@@ -385,7 +407,7 @@ std::string CgnsReader::readText(const std::string& path, std::int64_t most) con
 
 CgnsLinkTarget CgnsReader::readLink(const std::string& path) const
 {
-    const Quiet quiet;
+    const ReadQuietly quiet;
     const Group group = impl_->get(path);
     if (impl_->info(group.get(), path).type != CgnsType::Link)
         fail(path, "the node is not a link");

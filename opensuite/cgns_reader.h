@@ -55,7 +55,7 @@ public:
 
     [[nodiscard]] const std::string& file() const noexcept;
 
-    /// Whether a node stands at `path`.
+    /// Whether a node stands at `path`. Throws when one stands there that is damaged.
     [[nodiscard]] bool has(const std::string& path) const;
 
     /// Description of the node at `path`.

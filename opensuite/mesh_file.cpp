@@ -314,7 +314,7 @@ void writeMeshFile(const std::string& path, const MeshModel& model)
     writer.addArray<std::int32_t>("/", base.substr(1), "CGNSBase_t", {3, 3});
     // Coordinates carry no unit: what one means is the scale factor times the host's length unit.
     writer.addText(base, "DataClass", "DataClass_t", "NormalizedByUnknownDimensional");
-    const std::string description = writer.addNode(base, "MeshFile", "UserDefinedData_t");
+    writer.addNode(base, "MeshFile", "UserDefinedData_t"); // at `description`
     writer.addArray<std::int32_t>(description, "FormatVersion", "DataArray_t", {formatVersion});
     writer.addArray<double>(description, "ScaleFactor", "DataArray_t", {model.scaleFactor});
     writer.addArray<float>(description, "CellSize", "DataArray_t", {model.cellSize});
