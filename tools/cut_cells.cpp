@@ -1,11 +1,13 @@
 #include "cut_cells.h"
 
+#include "cell_geometry.h"
 #include "cut_patterns.h"
 #include "edge_cuts.h"
 #include "sharp_feature.h"
 
 #include <algorithm>
 #include <limits>
+#include <optional>
 
 namespace tav3d::tools
 {
@@ -17,6 +19,9 @@ namespace body = opensuite::body;
 
 /// A grid node or a centre nearer to a cut point than this share of the edge is moved there. Larger: fewer slivers, more distorted hexahedra.
 constexpr double snapShare = 0.12;
+
+/// Pieces keep this volume at least, in volumes of a grid cell.
+constexpr double leastVolume = 1e-6;
 
 /// Uncut faces with a moved corner are bent by up to snapShare. A cut point on the way from the centre to their corners keeps that far above them.
 constexpr double largestShareBesideBentFace = 0.66;
@@ -33,25 +38,20 @@ public:
 
     CutCellMesh run()
     {
-        placeGridNodes();
-        snapGridNodes();
-        std::size_t slot = 0;
-        for (std::int32_t k = 0, cell = 0; k < grid_.cells[2]; ++k)
+        // Sharp features may, rarely, turn a piece inside out. Such cells, and the faces that they share, then do without.
+        careful_.assign(cuts_.cells.size(), false);
+        for (int pass = 0; pass < 3; ++pass)
         {
-            for (std::int32_t j = 0; j < grid_.cells[1]; ++j)
+            divideAll();
+            if (std::find(flat_.begin(), flat_.end(), true) == flat_.end())
             {
-                for (std::int32_t i = 0; i < grid_.cells[0]; ++i, ++cell)
+                break;
+            }
+            for (std::size_t slot = 0; slot < flat_.size(); ++slot)
+            {
+                if (flat_[slot])
                 {
-                    cell_ = cell;
-                    node_ = grid_.cornerNodes(i, j, k);
-                    if (slot < cuts_.cells.size() && cuts_.cells[slot] == cell)
-                    {
-                        divideCell(slot++);
-                    }
-                    else
-                    {
-                        addHexahedron();
-                    }
+                    dropFeatures(slot);
                 }
             }
         }
@@ -68,7 +68,7 @@ public:
             EdgeCut* cut = cuts_.find(node_, std::min(a.local, b.local), std::max(a.local, b.local));
             if (cut->node == 0)
             {
-                cut->node = addNode(cut->point, true);
+                cut->node = addNode(cut->place, true);
             }
             return cut->node;
         }
@@ -94,10 +94,80 @@ public:
         return addNode(1.0 / static_cast<double>(nodes.size()) * sum, false);
     }
 
-    void add(const Piece& piece) override { add(piece.kind, piece.node.data(), piece.side < 0 ? body::part : outerBody(piece)); }
+    void add(const Piece& piece) override
+    {
+        const auto n = static_cast<std::size_t>(opensuite::nodeCount(piece.kind));
+        std::array<Vec3, 8> corner;
+        for (std::size_t i = 0; i < n; ++i)
+        {
+            corner[i] = mesh_.node[piece.node[i] - 1];
+        }
+        const double size = grid_.cellSize;
+        if (!(cellVolume(piece.kind, std::span(corner).first(n)) > leastVolume * size * size * size))
+        {
+            flat_[slot_] = true;
+        }
+        add(piece.kind, piece.node.data(), piece.side < 0 ? body::part : outerBody(piece));
+    }
 
 private:
     static constexpr std::int8_t centre = 8;
+
+    void divideAll()
+    {
+        mesh_ = {};
+        side_.clear();
+        flat_.assign(cuts_.cells.size(), false);
+        for (EdgeCut& cut : cuts_.cuts)
+        {
+            cut.node = 0;
+        }
+        for (auto& ofCell : cuts_.ofCentre)
+        {
+            for (EdgeCut& cut : ofCell)
+            {
+                cut.node = 0;
+            }
+        }
+        placeGridNodes();
+        snapGridNodes();
+        std::size_t slot = 0;
+        for (std::int32_t k = 0, cell = 0; k < grid_.cells[2]; ++k)
+        {
+            for (std::int32_t j = 0; j < grid_.cells[1]; ++j)
+            {
+                for (std::int32_t i = 0; i < grid_.cells[0]; ++i, ++cell)
+                {
+                    cell_ = cell;
+                    node_ = grid_.cornerNodes(i, j, k);
+                    if (slot < cuts_.cells.size() && cuts_.cells[slot] == cell)
+                    {
+                        divideCell(slot++);
+                    }
+                    else
+                    {
+                        addHexahedron();
+                    }
+                }
+            }
+        }
+    }
+
+    void dropFeatures(std::size_t slot)
+    {
+        careful_[slot] = true;
+        const auto [i, j, k] = grid_.cellAt(cuts_.cells[slot]);
+        const auto node = grid_.cornerNodes(i, j, k);
+        for (int face = 0; face < 6; ++face)
+        {
+            const auto f = faceCorners(face);
+            const bool other = joinsOneAndThree(cuts_, node, face);
+            if (EdgeCut* cut = cuts_.find(node, f[other ? 1 : 0], f[other ? 3 : 2]))
+            {
+                cut->place = cut->point;
+            }
+        }
+    }
 
     std::int32_t addNode(Vec3 place, bool onSurface)
     {
@@ -321,7 +391,7 @@ private:
         bool onSurface = false;
         if (mayMove && mixed(std::span(corner).first(8)))
         {
-            if (const auto feature = sharpFeature(cuts_, slot_, node_, place, grid_.cellSize))
+            if (const auto feature = careful_[slot_] ? std::nullopt : sharpFeature(cuts_, slot_, node_, place, grid_.cellSize))
             {
                 place = *feature;
                 onSurface = true;
@@ -356,6 +426,8 @@ private:
     EdgeCuts cuts_;
     std::vector<Side> side_; // of grid nodes
     CutCellMesh mesh_;
+    std::vector<bool> flat_;    // per slot: a piece has no volume
+    std::vector<bool> careful_; // per slot: without sharp features
 
     // the current cell
     std::int32_t cell_ = 0;

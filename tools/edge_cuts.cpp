@@ -1,6 +1,7 @@
 #include "edge_cuts.h"
 
 #include "opensuite/mesh_model.h"
+#include "sharp_feature.h"
 #include "surface_bins.h"
 
 #include <bit>
@@ -106,11 +107,18 @@ private:
             const bool cut02 = inPart(node[f[0]]) != inPart(node[f[2]]);
             const bool cut13 = inPart(node[f[1]]) != inPart(node[f[3]]);
             const int axis = face / 2;
-            const bool oneAndThree = cut02 != cut13 ? cut02 : ((i + j + k + (face & 1)) & 1) != 0;
+            const bool oneAndThree = cut02 != cut13 ? cut13 : ((i + j + k + (face & 1)) & 1) != 0;
             out_.otherDiagonal[3 * std::size_t(node[f[0]]) + axis] = oneAndThree;
             const int a = f[oneAndThree ? 1 : 0];
             const int b = f[oneAndThree ? 3 : 2];
             cutEdge(std::min(a, b), std::max(a, b));
+            if (EdgeCut* diagonal = out_.find(node, a, b))
+            {
+                if (const auto place = sharpPlaceInFace(out_, node, f, oneAndThree ? 1 : 0, corner(f[0]), grid_.cellSize))
+                {
+                    diagonal->place = *place;
+                }
+            }
         }
         const bool centreIn = samples_.centre[out_.cells[slot]] == body::part;
         for (int c = 0; c < 8; ++c)
@@ -140,7 +148,7 @@ private:
         {
             ++out_.guessed;
             cut.share = 0.5F;
-            cut.point = 0.5 * (p + q);
+            cut.point = cut.place = 0.5 * (p + q);
             return cut;
         }
         const auto [t, normal] = crossings[chosen];
@@ -148,6 +156,7 @@ private:
         cut.normal = normal;
         // back onto the edge, along the surface
         cut.point = p + t * (q - p) + dot(shift_, normal) * normal;
+        cut.place = cut.point;
         return cut;
     }
 

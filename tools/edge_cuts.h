@@ -12,6 +12,7 @@ struct EdgeCut
 {
     Vec3 point;
     Vec3 normal; // of the surface; zero when the place was guessed
+    Vec3 place;  // of its node: the point, or on a face diagonal the place where a sharp edge of the surface passes through the face
     float share = -1;
     std::int32_t node = 0; // number in the mesh, 0 until it is used
 };
