@@ -1,6 +1,7 @@
 #include "result_mesh.h"
 
 #include "cgns_reader.h"
+#include "mesh_file_layout.h"
 #include "result_layout.h"
 
 #include <algorithm>
@@ -46,12 +47,11 @@ std::optional<ResultMesh> findResultMesh(const std::string& path, bool onCutCell
     if (!fs::exists(fs::path(path), ignored))
         return {};
     const CgnsReader reader(path);
-    const std::vector<std::string> bases = childrenWithLabel(reader, "/", {layout::labelBase});
-    if (bases.empty() || reader.has(childPath(childPath("/", bases[0]), layout::description)))
+    if (!reader.has(mesh_layout::description))
         throw FileError(FileFailure::WrongKind, path, "", "is no mesh file");
 
     ResultMesh mesh;
-    mesh.basePath = childPath("/", bases[0]);
+    mesh.basePath = mesh_layout::base;
     const char* zones[2] = {layout::voxelZone, layout::cutCellZone};
     for (std::size_t k = 0; k < 2; ++k)
     {

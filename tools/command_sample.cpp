@@ -28,6 +28,7 @@ struct Arguments
     std::vector<std::string> kinds{std::begin(sampleKinds), std::end(sampleKinds)};
     FlowConditions flow;
     HeatConditions heat;
+    double unit = 1.0; // mm
     bool json = false;
 };
 
@@ -58,7 +59,7 @@ void runSample(const Arguments& arguments)
     const MeshSummary header = readMeshHeader(arguments.meshFile);
     const MeshZone voxel = readMeshZone(arguments.meshFile, ZoneId::Voxel);
     const SampleFields fields =
-        computeSampleFields(makeSampleGrid(voxel, header.scaleFactor, arguments.meshFile), arguments.flow, arguments.heat);
+        computeSampleFields(makeSampleGrid(voxel, header.scaleFactor * arguments.unit, arguments.meshFile), arguments.flow, arguments.heat);
     if (fields.flow.unreachedNodes > 0)
     {
         std::cerr << "tav3d: warning: " << arguments.meshFile << ": no way leads from the gate to " << fields.flow.unreachedNodes
@@ -91,7 +92,7 @@ void addSampleCommand(CLI::App& app)
     CLI::App* command = app.add_subcommand("sample", "Makes sample results on the voxel mesh of a model");
     command->footer("Example:\n  tav3d sample housing.krn -o results --kinds .q7f .q7c\nThe fields have the shape of filling, packing and "
                     "cooling results, but "
-                    "nothing is simulated: use them to try out\nmappings and viewers. Lengths of the model are taken as mm.");
+                    "nothing is simulated: use them to try out\nmappings and viewers.");
     command->add_option("mesh", arguments->meshFile, "Mesh file of the model; its voxel mesh needs a gate")->required();
     command->add_option("-o,--output", arguments->folder, "Folder for the result files; default: the working directory");
     command->add_option("--kinds", arguments->kinds, "Kinds of result files; default: all")
@@ -104,6 +105,9 @@ void addSampleCommand(CLI::App& app)
         ->capture_default_str();
     command->add_option("--melt", arguments->heat.meltTemperature, "Melt temperature, degC")->capture_default_str();
     command->add_option("--coolant", arguments->heat.coolantTemperature, "Coolant temperature, degC")->capture_default_str();
+    command->add_option("--unit", arguments->unit, "Length unit of the model's coordinates (file times scale factor), in mm")
+        ->check(CLI::PositiveNumber)
+        ->capture_default_str();
     command->add_flag("--json", arguments->json, "Print JSON: an array with one object per file");
     command->callback([arguments] { runSample(*arguments); });
 }

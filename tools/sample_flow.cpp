@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numbers>
 #include <queue>
 #include <utility>
 
@@ -35,11 +36,13 @@ double solveEikonal(std::array<double, 3> near, double h)
     return d;
 }
 
-/// Cross-section of the front and integral of its inverse, over slices of one cell's width.
-class FrontProfile
+constexpr double flowIndex = 0.35; // n of a shear-thinning melt
+
+/// Speed of the melt and the pressure drop that follows from it, for a flow that takes one second, over slices of one cell's width.
+class FlowProfile
 {
 public:
-    FrontProfile(const SampleGrid& grid, const std::vector<double>& distance)
+    FlowProfile(const SampleGrid& grid, const std::vector<double>& distance, double leastArea)
         : width_(grid.spacing)
     {
         std::vector<double> volume(static_cast<std::size_t>(*std::max_element(distance.begin(), distance.end()) / width_) + 2, 0.0);
@@ -54,25 +57,27 @@ public:
                 volume[slice] += grid.plasticVolume[i] * (1 - (place - static_cast<double>(slice)));
             }
         }
-        const double least = 0.25 * width_ * width_; // a slice that only rounding makes narrower
-        area_.resize(volume.size());
-        for (std::size_t s = 0; s < volume.size(); ++s)
+        const std::size_t n = volume.size();
+        speed_.assign(n, 0.0);
+        double beyond = 0.0;
+        for (std::size_t s = n; s-- > 0;)
         {
-            const double before = volume[s == 0 ? 0 : s - 1];
-            const double after = volume[std::min(s + 1, volume.size() - 1)];
-            area_[s] = std::max((before + 2 * volume[s] + after) / (4 * width_), least);
+            const double area = (volume[s == 0 ? 0 : s - 1] + 2 * volume[s] + volume[std::min(s + 1, n - 1)]) / (4 * width_);
+            speed_[s] = (beyond + 0.5 * volume[s]) / std::max(area, leastArea);
+            beyond += volume[s];
         }
-        resistance_.assign(volume.size(), 0.0);
-        for (std::size_t s = volume.size() - 1; s-- > 0;)
+        drop_.assign(n, 0.0);
+        for (std::size_t s = n - 1; s-- > 0;)
         {
-            resistance_[s] = resistance_[s + 1] + 0.5 * width_ * (1 / area_[s] + 1 / area_[s + 1]);
+            drop_[s] = drop_[s + 1] + 0.5 * width_ * (std::pow(speed_[s], flowIndex) + std::pow(speed_[s + 1], flowIndex));
         }
     }
 
-    [[nodiscard]] double area(double distance) const { return at(area_, distance); }
+    /// q/A at a distance.
+    [[nodiscard]] double speed(double distance) const { return at(speed_, distance); }
 
-    /// Integral of 1/A from `distance` to the end.
-    [[nodiscard]] double resistance(double distance) const { return at(resistance_, distance); }
+    /// Integral of (q/A)^n from a distance to the end.
+    [[nodiscard]] double drop(double distance) const { return at(drop_, distance); }
 
 private:
     [[nodiscard]] double at(const std::vector<double>& table, double distance) const
@@ -84,11 +89,11 @@ private:
     }
 
     double width_;
-    std::vector<double> area_;
-    std::vector<double> resistance_;
+    std::vector<double> speed_;
+    std::vector<double> drop_;
 };
 
-/// t = V(d) / Q for all nodes of the part: nodes in the order of their distance, equal distances at the same time.
+/// t = T V(d) / V(end) for all nodes of the part: nodes in the order of their distance, equal distances at the same time.
 std::vector<double> frontTimes(const SampleGrid& grid, const std::vector<double>& distance, double fillingTime)
 {
     std::vector<std::size_t> order;
@@ -200,11 +205,10 @@ SampleFlow computeSampleFlow(const SampleGrid& grid, const FlowConditions& condi
     }
 
     flow.frontTime = frontTimes(grid, flow.distance, conditions.fillingTime);
-    const FrontProfile profile(grid, flow.distance);
-    const double flowRate = volume / conditions.fillingTime;
     const double wall = 2 * volume / grid.partSurfaceArea;
-    const double end = profile.resistance(farthest);
-    const double whole = profile.resistance(0.0) - end;
+    const FlowProfile profile(grid, flow.distance, 2 * std::numbers::pi * wall * wall);
+    const double end = profile.drop(farthest);
+    const double whole = profile.drop(0.0) - end;
     for (auto* field : {&flow.pressure, &flow.speed, &flow.shearRate})
     {
         field->assign(n, 0.0);
@@ -216,8 +220,8 @@ SampleFlow computeSampleFlow(const SampleGrid& grid, const FlowConditions& condi
             continue;
         }
         const double d = flow.distance[i];
-        flow.pressure[i] = whole > 0 ? conditions.injectionPressure * std::max(profile.resistance(d) - end, 0.0) / whole : 0.0;
-        flow.speed[i] = flowRate / profile.area(d);
+        flow.pressure[i] = whole > 0 ? conditions.injectionPressure * std::max(profile.drop(d) - end, 0.0) / whole : 0.0;
+        flow.speed[i] = profile.speed(d) / conditions.fillingTime;
         flow.shearRate[i] = 6 * flow.speed[i] / wall * std::clamp(1 - 2 * toWall[i] / wall, 0.0, 1.0);
     }
     return flow;

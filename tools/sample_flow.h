@@ -26,7 +26,7 @@ struct SampleFlow
     std::vector<double> distance;   // from the gate; nodes without a way to it stand at the far end
     std::vector<double> frontTime;  // s
     std::vector<double> pressure;   // at the end of filling, MPa
-    std::vector<double> speed;      // mean speed of the melt when the front passes, length units / s
+    std::vector<double> speed;      // mean over the filling, length units / s
     std::vector<double> shearRate;  // 1/s
     std::size_t unreachedNodes = 0; // of the part
 };
@@ -37,12 +37,14 @@ struct FlowConditions
     double injectionPressure = 60.0; // MPa, at the gate at the end of filling
 };
 
-/// With a constant flow rate Q, the front reaches distance d when the volume V(d) of the part up to d has flowed in:
-///   front time      t(d) = V(d) / Q,  Q = V(end) / filling time
-///   mean speed      v(d) = Q / A(d),  A = dV/dd the cross-section that the front fills at once
-///   pressure        p(d) = p(0) * I(d) / I(0),  I(d) = integral of 1/A from d to the end: the drop of a Hele-Shaw flow, -dp/dd = 12 mu Q / (A s^2),
-///                   in a wall of even thickness s and viscosity mu
+/// Melt comes in at a constant rate, V(d) is the volume of the part up to distance d, A = dV/dd the cross-section there, T the filling time:
+///   front time      t(d) = T V(d) / V(end): the front stands at d when that much has come in
+///   flow rate       q(d) = (V(end) - V(d)) / T: what has to pass d, as a mean over the filling
+///   mean speed      v(d) = q / A
+///   pressure        p(d) = p(0) I(d) / I(0), I(d) = integral of v^n from d to the end: the drop of the Hele-Shaw flow of a power-law melt,
+///                   -dp/dd ~ v^n / s^(1+n), in a wall of even thickness s; n = 0.35
 ///   shear rate      6 v / s at the wall, falling to 0 in mid-plane; s = 2 * volume / surface of the part
+/// Nearer to the gate than s the flow is no plane flow yet: A is taken as 2 pi s^2 at least, the cross-section of a wall at the distance s.
 /// All values are 0 outside of the part.
 [[nodiscard]] SampleFlow computeSampleFlow(const SampleGrid& grid, const FlowConditions& conditions);
 

@@ -1,6 +1,6 @@
 """Result files in programs that nobody here wrote: VTK's CGNS reader, cgnscheck and h5py.
 
-usage: result_files_in_other_readers.py WRITE_RESULT_SAMPLES
+usage: result_file_readers.py WRITE_RESULT_SAMPLES
 """
 
 import pathlib
