@@ -112,7 +112,7 @@ TEST(CellReduction, node_on_a_centre_plane_lies_on_the_lower_side)
     }
 }
 
-TEST(CellReduction, x_decides_first_then_y_then_z)
+TEST(CellReduction, nodes_equal_in_x_are_judged_by_y_and_then_by_z)
 {
     // Octant low x, low y, low z of the box 0..4: among equal x the lower y, among equal y the lower z.
     const std::vector<std::vector<double>> points = {{4, 4, 4}, {1, 1, 1}, {1, 0.5, 1.5}, {1, 0.5, 0.5}, {0, 0, 4}};
