@@ -1,5 +1,5 @@
-// The multiquadric interpolation in its plain form, on a jittered grid whose inner nodes have 27 neighbours: the time of one data point, of one fit, and
-// of one decomposition. The reference for every faster form.
+// The multiquadric interpolation in its plain form, on a jittered grid whose inner nodes have 27 neighbours: the time of one data point, of
+// one fit, and of one decomposition. The reference for every faster form.
 
 #include "interpolation/mq_quadrature.h"
 #include "interpolation/sol_interpolation.h"

@@ -15,9 +15,10 @@ struct CSolCellCorner
 namespace tav3d::interpolation
 {
 
-/// Positions (0-based, in the record) of the nodes that stand at the eight corners of the cell's bounding box, in hexahedron order: low z side
-/// (low x, low y), (high, low), (high, high), (low, high), then the same on the high z side. Per octant of the box the corner is the node that is
-/// most extreme in x; among equals in y, then in z. An octant without nodes gets position 0. The record must not be empty.
+/// Positions (0-based, in the record) of the nodes that stand at the eight corners of the cell's bounding box, in hexahedron order: low z
+/// side (low x, low y), (high, low), (high, high), (low, high), then the same on the high z side. In row order, a node takes the corner of
+/// its octant of the box from the node that holds it when it lies strictly farther out in x, or else in y, or else in z; so the last such
+/// node stays, also when it is nearer in another direction. An octant without nodes gets position 0. The record must not be empty.
 std::array<std::size_t, 8> ReduceCellToHexa(const CSolCellCorner& cell);
 
 /// When any of the cell rows 1..cellCount has more than 8 nodes, rewrites every row of 8 or more nodes to the 8 corners above.

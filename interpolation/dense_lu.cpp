@@ -101,8 +101,8 @@ void lubksb(const NRMat& a, const NRVec<int>& indx, NRVec<double>& b)
     const int n = a.nn;
 
     // L y = P b.
-    // DELIBERATE lubksb-skips-leading-zeros: products with leading zeros of b are not subtracted, which shows in the last bits and in signs of
-    // zero. `ii` is one more than the position of the first non-zero (a NaN counts as one).
+    // DELIBERATE lubksb-skips-leading-zeros: products with leading zeros of b are not subtracted, which shows in the last bits and in signs
+    // of zero. `ii` is one more than the position of the first non-zero (a NaN counts as one).
     int ii = 0;
     for (int i = 0; i < n; ++i)
     {

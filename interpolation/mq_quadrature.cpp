@@ -1,10 +1,10 @@
 // Local multiquadric differential quadrature.
 //
-// A derivative of a field at the first point of a stencil is written as a weighted sum of the field's values at all its points. The weights follow from
-// asking that the sum be exact for each basis function g_j(p) = sqrt(|p - p_j|^2 + c^2):
+// A derivative of a field at the first point of a stencil is written as a weighted sum of the field's values at all its points. The weights
+// follow from asking that the sum be exact for each basis function g_j(p) = sqrt(|p - p_j|^2 + c^2):
 //   sum_i w_i g_j(p_i) = dg_j/dx (p_1) = (x_1 - x_j) / g_j(p_1),   j = 1..n
-// Sources: R. L. Hardy, Multiquadric equations of topography and other irregular surfaces, J. Geophys. Res. 76 (1971) 1905-1915;
-// C. Shu, H. Ding, K. S. Yeo, Local radial basis function-based differential quadrature method, Comput. Methods Appl. Mech. Engrg. 192 (2003) 941-954.
+// Sources: R. L. Hardy, Multiquadric equations of topography and other irregular surfaces, J. Geophys. Res. 76 (1971) 1905-1915; C. Shu, H.
+// Ding, K. S. Yeo, Local radial basis function-based differential quadrature method, Comput. Methods Appl. Mech. Engrg. 192 (2003) 941-954.
 
 #include "interpolation/mq_quadrature.h"
 
@@ -146,8 +146,8 @@ double interpolateAtPoint(std::span<const int> stencilNodes, const int* const* n
     std::array<double, 3> sum{};
     for (const int node : stencilNodes)
     {
-        // DELIBERATE stencil-starts-at-lowest-number: neighbours come in ascending order, so derivatives are taken at the lowest-numbered one and
-        // not at `node`.
+        // DELIBERATE stencil-starts-at-lowest-number: neighbours come in ascending order, so derivatives are taken at the lowest-numbered
+        // one and not at `node`.
         const std::span<const int> neighbours = listItems(neighbourhood[node]);
         const std::size_t m = neighbours.size();
         StencilData data(m + 1);
@@ -160,7 +160,8 @@ double interpolateAtPoint(std::span<const int> stencilNodes, const int* const* n
         const DerivativeFit with = data.fitFirst(m + 1);
         for (std::size_t axis = 0; axis < 3; ++axis)
         {
-            // DELIBERATE weight-guard: added, not applied by sign. An axis that no parameter qualifies for has W = 0 and contributes 1e30 D1.
+            // DELIBERATE weight-guard: added, not applied by sign. An axis that no parameter qualifies for has W = 0 and contributes 1e30
+            // D1.
             sum[axis] += (without.derivative[axis] - with.derivative[axis]) / (with.lastWeight[axis] + weightGuard);
         }
     }

@@ -32,12 +32,12 @@ struct DerivativeFit
     std::array<double, 3> lastWeight{};
 };
 
-/// Fits with every shape parameter and keeps, per axis, the result of the one whose weights sum nearest to zero. What no parameter qualifies for stays
-/// in `fit` as it was.
+/// Fits with every shape parameter and keeps, per axis, the result of the one whose weights sum nearest to zero. What no parameter
+/// qualifies for stays in `fit` as it was.
 void fitDerivatives(const Stencil& stencil, std::span<const double> phi, DerivativeFit& fit);
 
-/// Value at `target`: the mean, over the stencil nodes and the three axes, of the value that leaves the derivatives of a node's neighbourhood
-/// unchanged when the target joins it.
+/// Value at `target`: the mean, over the stencil nodes and the three axes, of the value that leaves the derivatives of a node's
+/// neighbourhood unchanged when the target joins it.
 ///   stencilNodes   rows of `neighbourhood` to fit over
 ///   neighbourhood  counted lists of point numbers
 ///   points, phi    coordinates and values by point number

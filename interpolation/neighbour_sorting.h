@@ -8,8 +8,8 @@
 namespace tav3d::interpolation
 {
 
-/// Table of counted lists with room for a given number of items each; all counts start at 0. Kept in two blocks, so that it can be handed out as
-/// the int** that the engine's members are.
+/// Table of counted lists with room for a given number of items each; all counts start at 0. Kept in two blocks, so that it can be handed
+/// out as the int** that the engine's members are.
 class CountedTable
 {
 public:
@@ -31,11 +31,12 @@ private:
     std::unique_ptr<int[]> items_;
 };
 
-/// Writes the numbers of the k nearest of the points to `target` into out[1..k], nearest first; out[0] is left alone. Scans all points k times.
+/// Writes the numbers of the k nearest of the points to `target` into out[1..k], nearest first; out[0] is left alone. Scans all points k
+/// times.
 void selectNearest(const NumberedPoints& points, const Point& target, int k, int* out);
 
-/// Row i: the cells that contain node i, ascending; a cell appears once for every time its row names the node. Rows 0..max(nodeCount, lastRow);
-/// those that stand for no node are empty.
+/// Row i: the cells that contain node i, ascending; a cell appears once for every time its row names the node. Rows 0..max(nodeCount,
+/// lastRow); those that stand for no node are empty.
 CountedTable cellsAroundNodes(const NumberedSpan<int* const>& cellNode, int nodeCount, int lastRow = 0);
 
 /// Row i: all distinct nodes of the cells around node i (itself included), ascending. Rows 0..nodeCount, row 0 empty.

@@ -37,8 +37,8 @@ void searchGrowingBox(CPointSearchTree& tree, double x, double y, double z, std:
     } while (list.size() < wanted && !(r >= lastRadius));
 }
 
-/// Shell's method over entries 1..n, gaps 1, 4, 13, ... descending. Not stable, and the order of equal keys is visible to hosts: it decides which
-/// of two equally near cells is tried first, so no other sort will do.
+/// Shell's method over entries 1..n, gaps 1, 4, 13, ... descending. Not stable, and the order of equal keys is visible to hosts: it decides
+/// which of two equally near cells is tried first, so no other sort will do.
 void sortByKey(std::vector<double>& key, std::vector<std::int32_t>& number, std::size_t n)
 {
     std::size_t gap = 1;
@@ -155,8 +155,8 @@ bool CPointSearchTree::isDuplicate(const TreeNode& leaf, double x, double y, dou
     return !(nearest > tolerance * tolerance);
 }
 
-/// Turns a full leaf into an internal node. False when the centroid separates none of its points (they lie within rounding of each other, or
-/// their sum overflows): no number of splits would make room.
+/// Turns a full leaf into an internal node. False when the centroid separates none of its points (they lie within rounding of each other,
+/// or their sum overflows): no number of splits would make room.
 bool CPointSearchTree::splitLeaf(std::int32_t leaf)
 {
     TreeNode& node = m_pTreeNode[leaf];
@@ -195,7 +195,8 @@ bool CPointSearchTree::splitLeaf(std::int32_t leaf)
     return true;
 }
 
-/// Enlarges the node table by half, at least to 100 nodes. False when growth is paused or there is no memory for it; the tree is then unchanged.
+/// Enlarges the node table by half, at least to 100 nodes. False when growth is paused or there is no memory for it; the tree is then
+/// unchanged.
 bool CPointSearchTree::growNodeTable()
 {
     if (!m_bCanGrow)
@@ -251,7 +252,8 @@ void CPointSearchTree::SearchBox(double x, double y, double z, double r, std::ve
 }
 
 // DELIBERATE search-range: cubes end at half-width 9.765625; farther points are not found.
-// DELIBERATE nearest-counts-from-zero: the number is the position of insertion from 0, one less than the cell number; the distance is squared.
+// DELIBERATE nearest-counts-from-zero: the number is the position of insertion from 0, one less than the cell number; the distance is
+// squared.
 int CPointSearchTree::SearchNearestPointIndex(double x, double y, double z, double& distance)
 {
     std::vector<std::int32_t> list;

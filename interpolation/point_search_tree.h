@@ -9,9 +9,9 @@
 
 /// Bucket octree over points, numbered from 0 in the order of insertion.
 ///
-/// A leaf holds up to eight points; inserting into a full leaf splits it at the centroid of its eight points. Queries are range searches over
-/// cubes whose half-width grows by a factor of five, up to 9.765625, until enough points are found. Visiting order is fixed (breadth first,
-/// children by ascending octant, points by slot), because ties are decided by it.
+/// A leaf holds up to eight points; inserting into a full leaf splits it at the centroid of its eight points. Queries are range searches
+/// over cubes whose half-width grows by a factor of five, up to 9.765625, until enough points are found. Visiting order is fixed (breadth
+/// first, children by ascending octant, points by slot), because ties are decided by it.
 ///
 /// Octants 1..8 relative to a centre: (x >= cx ? 2 : 1) + (y >= cy ? 2 : 0) + (z >= cz ? 4 : 0).
 class CPointSearchTree
@@ -36,8 +36,8 @@ public:
     /// The range only sets the distance below which a point counts as a duplicate; points outside are welcome.
     CPointSearchTree(double xMin, double xMax, double yMin, double yMax, double zMin, double zMax);
 
-    /// Adds a point; its number is m_nLastPoint afterwards. A point within 1e-6 * min(1, m_dHalfSize) of a point of its leaf gets a number but is never
-    /// found. So does a point that is not finite, and one that cannot be told apart from a full leaf's points by rounding.
+    /// Adds a point; its number is m_nLastPoint afterwards. A point within 1e-6 * min(1, m_dHalfSize) of a point of its leaf gets a number
+    /// but is never found. So does a point that is not finite, and one that cannot be told apart from a full leaf's points by rounding.
     void Insert(double x, double y, double z);
 
     /// Fills `list` with the numbers of the points inside the open cube of half-width r around (x, y, z), in visiting order.
@@ -47,8 +47,8 @@ public:
     /// point is in reach. Of equally near points the one visited first.
     int SearchNearestPointIndex(double x, double y, double z, double& distance);
 
-    /// Up to ten nearest points of the first cube that holds at least two (or of the largest), *counting from 1*. Without any point in reach
-    /// `result`, which the caller has zeroed, stays as it is. Always returns 1.
+    /// Up to ten nearest points of the first cube that holds at least two (or of the largest), *counting from 1*. Without any point in
+    /// reach `result`, which the caller has zeroed, stays as it is. Always returns 1.
     int SearchCandidates(double x, double y, double z, Candidates& result);
 
     std::vector<tav3d::interpolation::Point> m_Point; // every point, in insertion order

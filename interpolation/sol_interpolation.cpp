@@ -216,8 +216,8 @@ void CSolInterpolation::SetSortingCenter(int nNode, int nCell, double* X, double
     m_pCellX = cellX;
     m_pCellY = cellY;
     m_pCellZ = cellZ;
-    // DELIBERATE centre-search-over-nodes: the first m_nCell *node* coordinates are searched, and the number found is used as a node number.
-    // With more cells than nodes it may lie beyond the nodes; empty rows stand there.
+    // DELIBERATE centre-search-over-nodes: the first m_nCell *node* coordinates are searched, and the number found is used as a node
+    // number. With more cells than nodes it may lie beyond the nodes; empty rows stand there.
     m_Storage.nodeCell = cellsAroundNodes({m_ppCellNode, m_nCell}, m_nNode, m_nCell);
     m_ppNodeCell = m_Storage.nodeCell.rows();
     SortDataPoints(m_nCell, 1);

@@ -6,11 +6,11 @@
 
 #include <memory>
 
-/// The engine behind CTav3dInterpolation (include/Tav3dInterpolation.h tells what each operation does). It holds the state and hands views of it to the
-/// functions of this folder.
+/// The engine behind CTav3dInterpolation (include/Tav3dInterpolation.h tells what each operation does). It holds the state and hands views
+/// of it to the functions of this folder.
 ///
-/// Names and order of the members are fixed. Arrays of items numbered from 1; "borrowed" = the host's, kept by pointer, never released here.
-/// What the engine allocates itself belongs to m_Storage and goes with the engine; the members before it only point there.
+/// Names and order of the members are fixed. Arrays of items numbered from 1; "borrowed" = the host's, kept by pointer, never released
+/// here. What the engine allocates itself belongs to m_Storage and goes with the engine; the members before it only point there.
 class CSolInterpolation
 {
 public:
@@ -48,8 +48,8 @@ public:
     void GetInterpolation(int dataPoint, double* phi, double& value);
     void GetInterpolationCenter(int dataPoint, double* phi, double& value);
 
-    /// Whether the bounding box of the cell's nodes holds the point, bounds included. False for a cell number above m_nCell (numbers below 1 are not
-    /// caught), without a cell table, and for a cell without nodes.
+    /// Whether the bounding box of the cell's nodes holds the point, bounds included. False for a cell number above m_nCell (numbers below
+    /// 1 are not caught), without a cell table, and for a cell without nodes.
     bool IsPointInCellBox(int cell, double x, double y, double z) const;
 
     /// A new table of `count` empty field pointers; fields loaded from a file before are released.

@@ -24,9 +24,9 @@ struct NodeAveraging
     std::array<Vectors, 6> kindVectors{}; ///< by kind 1, 2, 3, 5
 };
 
-/// Weighted mean of the cell values around a node: sum w v / sum w, NaN for a node without cells.
-/// When a cell has weight exactly 0.0, only such cells count, each with the length of its kind vector as weight; an unknown kind is reported on
-/// standard output and uses the vector of the cell before it. The float form computes in double and rounds the mean.
+/// Weighted mean of the cell values around a node: sum w v / sum w, NaN for a node without cells. When a cell has weight exactly 0.0, only
+/// such cells count, each with the length of its kind vector as weight; an unknown kind is reported on standard output and uses the vector
+/// of the cell before it. The float form computes in double and rounds the mean.
 double averageAtNode(const NodeAveraging& averaging, int node, const double* cellValues);
 float averageAtNode(const NodeAveraging& averaging, int node, const float* cellValues);
 

@@ -39,7 +39,8 @@ void setMesh(CTav3dInterpolation& facade, Mesh& mesh, bool reduce)
                        mesh.centre.x.data(), mesh.centre.y.data(), mesh.centre.z.data(), mesh.cell.data(), reduce);
 }
 
-/// A cube of 8 nodes in scrambled order (cell 1), one of each smaller kind, and, if asked, a cube with 4 more nodes in the middles of edges.
+/// A cube of 8 nodes in scrambled order (cell 1), one of each smaller kind, and, if asked, a cube with 4 more nodes in the middles of
+/// edges.
 Mesh mixedMesh(bool withTwelveNodes)
 {
     Mesh mesh;
@@ -96,8 +97,8 @@ TEST(CellReduction, cube_in_any_order_gives_the_standard_hexahedron)
 
 TEST(CellReduction, node_on_a_centre_plane_lies_on_the_lower_side)
 {
-    // Box 0..2, and one node in the middle of an edge from (0, 0, 0): it loses its low corner to that node, and the corner at the other end of the
-    // edge, where no node stands, is not its either: the first node of the row stands in.
+    // Box 0..2, and one node in the middle of an edge from (0, 0, 0): it loses its low corner to that node, and the corner at the other end
+    // of the edge, where no node stands, is not its either: the first node of the row stands in.
     const std::vector<std::vector<double>> middles = {{1, 0, 0}, {0, 1, 0}, {0, 0, 1}};
     const std::size_t empty[] = {1, 3, 4}; // corners (2, 0, 0), (0, 2, 0), (0, 0, 2) in hexahedron order
     for (std::size_t axis = 0; axis < 3; ++axis)
@@ -111,7 +112,7 @@ TEST(CellReduction, node_on_a_centre_plane_lies_on_the_lower_side)
     }
 }
 
-TEST(CellReduction, x_decides_first_then_y_then_z)
+TEST(CellReduction, nodes_equal_in_x_are_judged_by_y_and_then_by_z)
 {
     // Octant low x, low y, low z of the box 0..4: among equal x the lower y, among equal y the lower z.
     const std::vector<std::vector<double>> points = {{4, 4, 4}, {1, 1, 1}, {1, 0.5, 1.5}, {1, 0.5, 0.5}, {0, 0, 4}};

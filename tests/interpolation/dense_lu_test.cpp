@@ -107,8 +107,8 @@ TEST(DenseLu, pivots_are_judged_by_scaled_size)
 
 TEST(DenseLu, scale_of_a_row_moves_with_it)
 {
-    // The first exchange brings row 0, of size 100, to place 2. There its candidate 49.5 counts 0.495 and loses against the 1.5 of row 1, which
-    // counts 0.75. By the scale of the row that stood there before (1) it would win.
+    // The first exchange brings row 0, of size 100, to place 2. There its candidate 49.5 counts 0.495 and loses against the 1.5 of row 1,
+    // which counts 0.75. By the scale of the row that stood there before (1) it would win.
     const Decomposed lu(Matrix{{1.0, 50.0, 100.0}, {0.0, 1.5, 2.0}, {1.0, 0.5, 0.0}});
     EXPECT_EQ(lu.indx[0], 2);
     EXPECT_EQ(lu.indx[1], 1);

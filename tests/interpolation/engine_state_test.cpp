@@ -111,8 +111,8 @@ TEST(Facade, assigned_objects_share_one_engine)
     CTav3dInterpolation owner;
     setMesh(owner, mesh);
 
-    // The sharer lives in storage that is never destroyed, as the pair's owner must see to. The compiler's copy constructor shares, too; compilers
-    // rightly warn of it.
+    // The sharer lives in storage that is never destroyed, as the pair's owner must see to. The compiler's copy constructor shares, too;
+    // compilers rightly warn of it.
     alignas(CTav3dInterpolation) std::byte storage[sizeof(CTav3dInterpolation)];
 #if defined(__GNUC__)
 #pragma GCC diagnostic push

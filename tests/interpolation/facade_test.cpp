@@ -28,8 +28,8 @@ void setMesh(CTav3dInterpolation& facade, Mesh& mesh)
 
 TEST(Facade, kind_vectors_are_taken_in_their_order)
 {
-    // Two tetrahedra around the face 1 2 3, both of weight 0. Cell 1 is of the kind under test, cell 2 always of kind 1 and length 1; so the mean at
-    // node 1 tells the length that was found for cell 1.
+    // Two tetrahedra around the face 1 2 3, both of weight 0. Cell 1 is of the kind under test, cell 2 always of kind 1 and length 1; so
+    // the mean at node 1 tells the length that was found for cell 1.
     Mesh mesh;
     mesh.node = {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, 1}, {0, 0, -1}};
     mesh.addCell({1, 2, 3, 4});

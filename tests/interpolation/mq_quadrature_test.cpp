@@ -364,8 +364,8 @@ TEST(MqFit, twenty_shape_parameters_are_tried_and_each_axis_keeps_its_own)
 // DELIBERATE shape-near-tie-takes-later
 TEST(MqFit, ties_take_the_largest_shape_parameter)
 {
-    // All points in a plane x = 0: the x weights are zero for every parameter, a tie throughout. In y the two points are symmetric about point 1,
-    // so that their weights cancel but for rounding: near-ties.
+    // All points in a plane x = 0: the x weights are zero for every parameter, a tie throughout. In y the two points are symmetric about
+    // point 1, so that their weights cancel but for rounding: near-ties.
     const Points p = {{0, 0, 0}, {0, 1, 0}, {0, -1, 0}};
     const std::vector<double> phi = {0, 0, 2, -3};
     const std::vector<Trial> trials = trialsOf(p, phi);
