@@ -257,11 +257,11 @@ private:
         const Lattice nodes = grid_.nodes();
         for (std::size_t slot = 0; slot < cuts_.cells.size(); ++slot)
         {
-            const auto [i, j, k] = grid_.cellAt(cuts_.cells[slot]);
-            node_ = grid_.cornerNodes(i, j, k);
+            const auto at = grid_.cellAt(cuts_.cells[slot]);
+            node_ = grid_.cornerNodes(at[0], at[1], at[2]);
             const auto offer = [&](int c, double share, const EdgeCut& cut)
             {
-                const Vec3 home = nodes.point(i + (c & 1), j + (c >> 1 & 1), k + (c >> 2));
+                const Vec3 home = nodes.point(at[0] + (c & 1), at[1] + (c >> 1 & 1), at[2] + (c >> 2));
                 const auto distance = static_cast<float>(length(cut.point - home));
                 if (share < snapShare && distance < nearest[node_[c]] && !isOuterNode(node_[c]))
                 {

@@ -78,9 +78,9 @@ private:
 
     void cutCell(SurfaceBins& bins, std::size_t slot)
     {
-        const auto [i, j, k] = grid_.cellAt(out_.cells[slot]);
-        const auto node = grid_.cornerNodes(i, j, k);
-        const auto corner = [&](int c) { return nodes_.point(i + (c & 1), j + (c >> 1 & 1), k + (c >> 2)); };
+        const auto at = grid_.cellAt(out_.cells[slot]);
+        const auto node = grid_.cornerNodes(at[0], at[1], at[2]);
+        const auto corner = [&](int c) { return nodes_.point(at[0] + (c & 1), at[1] + (c >> 1 & 1), at[2] + (c >> 2)); };
         const auto cutEdge = [&](int a, int b)
         {
             std::int32_t& index = out_.index[edgeSlot(node, a, b)];
@@ -107,7 +107,7 @@ private:
             const bool cut02 = inPart(node[f[0]]) != inPart(node[f[2]]);
             const bool cut13 = inPart(node[f[1]]) != inPart(node[f[3]]);
             const int axis = face / 2;
-            const bool oneAndThree = cut02 != cut13 ? cut13 : ((i + j + k + (face & 1)) & 1) != 0;
+            const bool oneAndThree = cut02 != cut13 ? cut13 : ((at[0] + at[1] + at[2] + (face & 1)) & 1) != 0;
             out_.otherDiagonal[3 * std::size_t(node[f[0]]) + axis] = oneAndThree;
             const int a = f[oneAndThree ? 1 : 0];
             const int b = f[oneAndThree ? 3 : 2];
@@ -125,7 +125,7 @@ private:
         {
             if (inPart(node[c]) != centreIn)
             {
-                out_.ofCentre[slot][c] = findCut(bins, slot, centres_.point(i, j, k), corner(c), centreIn);
+                out_.ofCentre[slot][c] = findCut(bins, slot, centres_.point(at[0], at[1], at[2]), corner(c), centreIn);
             }
         }
     }
