@@ -282,6 +282,43 @@ TEST(GaussSearch, the_kernel_narrows_until_enough_is_left_for_the_node_itself)
     EXPECT_GT(rows.selfWeight[row], 0.023f);
 }
 
+TEST(GaussSearch, a_remainder_is_enough_above_0_023)
+{
+    // Fourteen neighbours at the node's own place take the full norm; the fifteenth decides what is left: 0.025, and 0.021.
+    for (const double wanted : {0.025, 0.021})
+    {
+        const double norm = static_cast<double>(gaussNorm(pi));
+        const double last = 1.0 - 14 * norm - wanted;
+        Surface s = plate(3);
+        std::fill(s.x.begin(), s.x.end(), 0.0f);
+        std::fill(s.y.begin(), s.y.end(), 0.0f);
+        s.x[16] = static_cast<float>(std::sqrt(-std::log(last / norm) * 3.92));
+        const auto rows = s.search();
+        ASSERT_EQ(rows.count[1], 15);
+        std::vector<double> d2(15, 0.0);
+        d2[14] = static_cast<double>(s.x[16]) * static_cast<double>(s.x[16]);
+        ASSERT_NEAR(selfWeightAtWidth(d2, 1.0f, 0), wanted, 1e-4);
+        int width = 0;
+        while (width < 9 && selfWeightAtWidth(d2, 1.0f, width) <= 0.023)
+            ++width;
+        EXPECT_EQ(width == 0, wanted > 0.023);
+        EXPECT_EQ(rows.selfWeight[1], selfWeightAtWidth(d2, 1.0f, width));
+    }
+}
+
+TEST(GaussSearch, the_tenth_width_is_the_last)
+{
+    Surface s = plate(8); // 48 neighbours very near
+    std::fill(s.x.begin(), s.x.end(), 0.02f);
+    std::fill(s.y.begin(), s.y.end(), 0.0f);
+    const int centre = 1 + 4 + 9 * 4;
+    s.x[static_cast<std::size_t>(centre)] = 0.0f;
+    const auto rows = s.search();
+    const std::vector<double> d2(48, static_cast<double>(0.02f) * static_cast<double>(0.02f));
+    ASSERT_NE(selfWeightAtWidth(d2, 1.0f, 8), selfWeightAtWidth(d2, 1.0f, 9));
+    EXPECT_EQ(rows.selfWeight[rows.rowOfNode[centre]], selfWeightAtWidth(d2, 1.0f, 9));
+}
+
 TEST(GaussSearch, after_nine_narrowings_the_remainder_stands_as_it_is)
 {
     // All nodes at one place: each of 48 neighbours weighs the full norm at every width.

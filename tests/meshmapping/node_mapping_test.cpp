@@ -138,6 +138,22 @@ TEST(PickUp, the_range_reflects_the_picked_value_whatever_is_stored)
     EXPECT_EQ(overridden.min, 2.0f);
 }
 
+// DELIBERATE range-of-picked-values
+TEST(PickUp, stored_values_do_not_widen_the_range)
+{
+    OneNode overridden; // picks up 2, stores 4
+    overridden.part[1] = 1;
+    overridden.max = 3.0f;
+    overridden.pickUp();
+    EXPECT_EQ(overridden.max, 3.0f);
+
+    OneNode substituted; // picks up 2, stores -77
+    substituted.region[1] = 1;
+    substituted.min = -5.0f;
+    substituted.pickUp();
+    EXPECT_EQ(substituted.min, -5.0f);
+}
+
 TEST(PickUp, the_range_accumulates_over_calls)
 {
     OneNode node;

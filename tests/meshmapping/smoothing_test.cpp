@@ -184,9 +184,15 @@ TEST(GaussSmoothing, a_part_insert_node_is_smoothed_like_a_part_node)
 // DELIBERATE smooth-neighbour-beyond
 TEST(GaussSmoothing, a_neighbour_beyond_the_values_counts_with_the_nodes_own_value)
 {
+    for (const int beyond : {3, 9}) // of two values
+    {
+        Mesh mesh(9);
+        mesh.setRow(1, {beyond}, {0.5f}, 0.5f);
+        EXPECT_EQ(mesh.smoothed({0, 4, 1}), (std::vector<float>{0, 4, 1}));
+    }
     Mesh mesh(9);
-    mesh.setRow(1, {9}, {0.5f}, 0.5f);
-    EXPECT_EQ(mesh.smoothed({0, 4, 1}), (std::vector<float>{0, 4, 1})); // only two values: 9 is out of range
+    mesh.setRow(1, {2}, {1.0f}, 0.0f);
+    EXPECT_EQ(mesh.smoothed({0, 4, 1})[1], 1.0f) << "the last value is within";
 }
 
 TEST(GaussSmoothing, values_beyond_the_mesh_are_kept)

@@ -1,8 +1,8 @@
 #include "tecplot_reader.h"
 
 #include <charconv>
+#include <cstdio>
 #include <cstdlib>
-#include <regex>
 
 namespace tav3d::test
 {
@@ -59,12 +59,15 @@ TecplotFile readTecplot(const std::string& bytes)
     Lines lines(bytes);
     TecplotFile file;
     file.variables = lines.next();
-    std::smatch zone;
     const std::string header = lines.next();
-    if (!std::regex_match(header, zone, std::regex("ZONE  T=\"([^\"]*)\", N=([0-9]+), E=([0-9]+), F=FEPOINT, ET=BRICK")))
+    char title[100] = "";
+    int nodes = -1, cells = -1;
+    (void)std::sscanf(header.c_str(), "ZONE T=\"%99[^\"]\", N=%d, E=%d", title, &nodes, &cells);
+    file.title = title;
+    const std::string expected =
+        "ZONE  T=\"" + file.title + "\", N=" + std::to_string(nodes) + ", E=" + std::to_string(cells) + ", F=FEPOINT, ET=BRICK";
+    if (nodes < 0 || cells < 0 || header != expected)
         lines.fail("is no zone header");
-    file.title = zone[1];
-    const int nodes = std::stoi(zone[2]), cells = std::stoi(zone[3]);
     for (int i = 0; i < nodes; ++i)
     {
         const std::string line = lines.next();
