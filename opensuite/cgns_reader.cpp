@@ -1,5 +1,6 @@
 #include "cgns_reader.h"
 
+#include "cgns_driver.h"
 #include "cgns_hdf5.h"
 
 #include <algorithm>
@@ -93,6 +94,13 @@ std::optional<std::string> textAttribute(hid_t group, const char* name, std::siz
     return std::string(text.data());
 }
 
+/// Describes the object at `name`; false when HDF5 cannot load it or its header claims messages that are shared with other objects. No CGNS file has
+/// those, and old versions of HDF5 trip over invented ones.
+bool describe(hid_t group, const char* name, H5O_info_t& object)
+{
+    return H5Oget_info_by_name2(group, name, &object, H5O_INFO_BASIC | H5O_INFO_HDR, H5P_DEFAULT) >= 0 && object.hdr.mesg.shared == 0;
+}
+
 /// Opens a child by a plain link; nothing when there is none or it is not of the kind `wanted`. Sets `damaged` when something stands there that
 /// HDF5 cannot load: that must not pass for nothing.
 template <class Object, hid_t (*Open)(hid_t, const char*, hid_t)>
@@ -106,7 +114,7 @@ Object openChild(hid_t group, const char* name, H5O_type_t wanted, bool& damaged
     if (damaged || link.type != H5L_TYPE_HARD)
         return {};
     H5O_info_t object;
-    damaged = H5Oget_info_by_name2(group, name, &object, H5O_INFO_BASIC, H5P_DEFAULT) < 0;
+    damaged = !describe(group, name, object);
     if (damaged || object.type != wanted)
         return {};
     Object opened(Open(group, name, H5P_DEFAULT));
@@ -129,7 +137,7 @@ herr_t collectName(hid_t group, const char* name, const H5L_info_t* link, void* 
         H5O_info_t object;
         if (name[0] == ' ' || link->type != H5L_TYPE_HARD)
             return 0;
-        if (H5Oget_info_by_name2(group, name, &object, H5O_INFO_BASIC, H5P_DEFAULT) < 0)
+        if (!describe(group, name, object))
             return -1;
         if (object.type == H5O_TYPE_GROUP)
             list.names.emplace_back(name);
@@ -199,19 +207,20 @@ public:
             throw FileError(FileFailure::CannotOpen, file, "", "no file name");
         const std::filesystem::path path(file);
         checkSuperblock(file, path);
-        std::error_code error;
-        size_ = std::filesystem::file_size(path, error);
+        input_ = std::make_unique<CgnsInput>(path);
+        if (!input_->isOpen())
+            throw FileError(FileFailure::CannotOpen, file, "", "cannot be opened for reading");
+        size_ = input_->size();
 
         const Properties access(H5Pcreate(H5P_FILE_ACCESS));
         H5Pset_fclose_degree(access.get(), H5F_CLOSE_STRONG);
-        // Files are replaced, never changed in place, so readers need no locks; and network file systems often have none.
-        H5Pset_file_locking(access.get(), false, true);
-        const std::u8string name = path.u8string();
-        id_ = File(H5Fopen(reinterpret_cast<const char*>(name.c_str()), H5F_ACC_RDONLY, access.get()));
+        input_->attachTo(access.get());
+        id_ = File(H5Fopen(file.c_str(), H5F_ACC_RDONLY, access.get()));
         if (!id_)
             throw FileError(FileFailure::BadContent, file, "", "the HDF5 structure is damaged");
+        H5O_info_t object;
         const Group root(H5Gopen2(id_.get(), "/", H5P_DEFAULT));
-        if (!root)
+        if (!root || !describe(root.get(), ".", object))
             fail("/", "the node is damaged");
         if (textAttribute(root.get(), "label", nameSize) != "Root Node of HDF5 File")
             throw FileError(FileFailure::WrongKind, file, "", "is an HDF5 file, but not laid out as CGNS");
@@ -351,6 +360,7 @@ public:
 
 private:
     std::string file_;
+    std::unique_ptr<CgnsInput> input_; // outlives id_
     std::uint64_t size_ = 0;
     File id_;
 };

@@ -3,8 +3,8 @@
 
 #include "cgns_writer.h"
 
+#include "cgns_driver.h"
 #include "cgns_hdf5.h"
-#include "cgns_output.h"
 #include "replace_file.h"
 
 #include <algorithm>
