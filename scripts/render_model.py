@@ -187,7 +187,7 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("mesh", help="mesh file (.krn)")
     parser.add_argument("-o", "--output", required=True, help="PNG file to write")
-    parser.add_argument("--size", type=int, nargs=2, default=(1280, 960), metavar=("W", "H"))
+    parser.add_argument("--size", type=int, nargs=2, default=(1060, 800), metavar=("W", "H"))
     parser.add_argument("--section", type=float, help="y of the cut; default: through the part/insert interface, or the middle")
     arguments = parser.parse_args()
     try:
@@ -226,10 +226,10 @@ def main():
         below.SetBackground(1, 1, 1)
         cells = section(zone, y)
         below.AddActor(actor(cells, cell_colour, "Kind"))
-        caption(below, f"{titles[name]}, cut at y = {y:.1f}", (0.02, 0.94))
+        caption(below, f"{titles[name]}, cut at y = {round(y, 1) + 0.0:.1f}", (0.02, 0.94))
         shown = {cells.GetCellData().GetArray("Kind").GetValue(i) for i in range(cells.GetNumberOfCells())}
         names = {17: "hexahedron", 14: "prism", 12: "pyramid", 10: "tetrahedron", 0: "insert"}
-        legend(below, [(label, CELL_COLOURS[label]) for kind, label in names.items() if kind in shown], (0.84, 0.94))
+        legend(below, [(label, CELL_COLOURS[label]) for kind, label in names.items() if kind in shown], (0.77, 0.94))
         window.AddRenderer(below)
         focus = (middle[0] + 0.3 * (high[0] - low[0]), y, middle[2] + 0.04 * (high[2] - low[2]))
         look(below, focus, (-0.25, -1.0, 0.4), 2.2 * size, 12.5)

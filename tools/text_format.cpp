@@ -24,7 +24,9 @@ std::string signedPercent(double share)
 
 std::string placeText(Vec3 p)
 {
-    return "(" + general(p.x) + ", " + general(p.y) + ", " + general(p.z) + ")";
+    std::string text = "(";
+    text.append(general(p.x)).append(", ").append(general(p.y)).append(", ").append(general(p.z)).append(")");
+    return text;
 }
 
 Vec3 parsePlace(std::string_view text)
@@ -38,7 +40,7 @@ Vec3 parsePlace(std::string_view text)
         const bool separated = axis < 2 ? next != end && *next == ',' : next == end;
         if (error != std::errc{} || !separated || !std::isfinite(p[axis]))
         {
-            throw std::invalid_argument("'" + std::string(text) + "' is no place x,y,z");
+            throw std::invalid_argument(std::string("'").append(text).append("' is no place x,y,z"));
         }
         at = next + 1;
     }

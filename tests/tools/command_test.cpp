@@ -1,5 +1,7 @@
 // The program as a user meets it: exit status, what goes to standard output and standard error, which files exist afterwards.
 
+#include "TAV3DCoolTools.h"
+#include "TAV3DResultEngine.h"
 #include "opensuite/mesh_file_reader.h"
 #include "shapes.h"
 #include "support/scratch_folder.h"
@@ -170,6 +172,44 @@ TEST_F(Command, info_tells_the_counts_of_both_meshes)
     EXPECT_NE(text.output.find("nodes                                 3375"), std::string::npos) << text.output;
     const Outcome json = run({"info", "--json", mesh_});
     EXPECT_NE(json.output.find("\"nodes\": 3375"), std::string::npos) << json.output;
+}
+
+TEST_F(Command, info_lists_the_items_of_a_result_file)
+{
+    ASSERT_EQ(run({"model", part_, "--cell-size", "1", "-o", mesh_}).status, 0);
+    const std::string file = folder_.file("ball.q7f");
+    CBinaryInform inform;
+    inform.m_strTitle = "trial";
+    inform.m_strMeshFile = mesh_;
+    inform.m_nVoxelNode = 3375;
+    inform.m_nCutCellNode = static_cast<int>(opensuite::readMeshSummary(mesh_).cutCell.nodes);
+    inform.m_OutputTime = {0.5};
+    inform.m_CoolInfo = {{"CoolingTime", 12.5}};
+    inform.m_ResultItem = {{10010, 1, 230.0F, 40.0F, "Temperature", "degC"}};
+    CBinaryWriteTools::SetResultItemDimension(1, inform, 3375, false);
+    {
+        CTAV3DResultWriter_Manipulator writer;
+        ASSERT_EQ(writer.BeginWriting(file.c_str(), "", false), 0);
+        ASSERT_EQ(CBinaryWriteTools::WriteHeadFileInfo_time(inform, writer, 1.25), 0);
+        ASSERT_EQ(CBinaryWriteTools::WriteCoolInfo(inform, writer), 0);
+        ASSERT_EQ(CBinaryWriteTools::WriteMultipleTimeStepOutputInfo(inform, writer), 0);
+        ASSERT_EQ(CBinaryWriteTools::WriteResultItemInfo(inform, writer), 0);
+        ASSERT_EQ(CBinaryWriteTools::WriteResultTypeInfo(inform, writer), 0);
+        std::vector<float> values(3376, 40.0F);
+        ASSERT_EQ(writer.WriteResultItem(10010, values.data()), 0);
+        float most = 230, least = 40;
+        writer.SetMaxMinInfo(&most, &least);
+        ASSERT_EQ(writer.EndWriting(), 0);
+    }
+    const Outcome text = run({"info", file});
+    EXPECT_EQ(text.status, tools::exitDone) << text.errors;
+    EXPECT_EQ(text.output.find(file + ": result file \"trial\" on the voxel mesh of "), 0U) << text.output;
+    EXPECT_NE(text.output.find("10010"), std::string::npos);
+    EXPECT_NE(text.output.find("40            230  Temperature [degC]"), std::string::npos) << text.output;
+    EXPECT_NE(text.output.find("filling time                        1.25 s"), std::string::npos) << text.output;
+    const Outcome json = run({"info", "--json", file, mesh_});
+    EXPECT_NE(json.output.find("\"CoolingTime\": 12.5"), std::string::npos) << json.output;
+    EXPECT_NE(json.output.find("\"kind\": \"mesh\""), std::string::npos);
 }
 
 TEST_F(Command, info_reports_every_bad_file_and_still_shows_the_good_one)
