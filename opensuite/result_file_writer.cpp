@@ -86,7 +86,8 @@ void ResultFileWriter::setHead(const CBinaryInform& inform, std::shared_ptr<cons
         refuse("head", std::string("the node count of the ") + (onCutCellMesh_ ? "cut-cell" : "voxel") +
                            " mesh is not recorded, and the mesh file is not there to tell it");
     if (head.m_bOnCutCellMesh != onCutCellMesh_)
-        head.m_nMaxCavityNode = 0; // it counted nodes of the other mesh
+        head.m_nMaxCavityNode =
+            mesh ? countPartNodes(inform.m_strMeshFile, onCutCellMesh_) : 0; // the record counts nodes of the other mesh
     if (head.m_nMaxCavityNode > nodeTotal)
         refuse("head", "more part nodes than nodes");
 

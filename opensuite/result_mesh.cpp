@@ -2,6 +2,7 @@
 
 #include "cgns_reader.h"
 #include "mesh_file_layout.h"
+#include "mesh_file_stream.h"
 #include "result_layout.h"
 
 #include <algorithm>
@@ -72,6 +73,17 @@ std::optional<ResultMesh> findResultMesh(const std::string& path, bool onCutCell
     mesh.geometry = childrenWithLabel(reader, mesh.zonePath, {"GridCoordinates_t", "Elements_t", "ZoneBC_t"});
     mesh.families = childrenWithLabel(reader, mesh.basePath, {"Family_t"});
     return mesh;
+}
+
+std::int64_t countPartNodes(const std::string& path, bool onCutCellMesh)
+{
+    const CgnsReader reader(path);
+    MeshZoneStream zone(reader, onCutCellMesh ? ZoneId::CutCell : ZoneId::Voxel, 1.0);
+    std::vector<char> ofPart(static_cast<std::size_t>(zone.counts().nodes) + 1, 0);
+    for (CellEntry cell; zone.plastic.next(cell);)
+        for (int k = 0; k < cell.nodes; ++k)
+            ofPart[static_cast<std::size_t>(cell.node[k])] = 1;
+    return std::count(ofPart.begin(), ofPart.end(), 1);
 }
 
 std::string meshPathToStore(const std::string& meshFile, const std::string& resultFile)

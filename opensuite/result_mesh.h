@@ -29,6 +29,9 @@ struct ResultMesh
 /// file with both zones.
 [[nodiscard]] std::optional<ResultMesh> findResultMesh(const std::string& path, bool onCutCellMesh);
 
+/// Number of nodes of the part in one mesh of the mesh file at `path`. Throws FileError when it cannot be read.
+[[nodiscard]] std::int64_t countPartNodes(const std::string& path, bool onCutCellMesh);
+
 /// How a result file at `resultFile` refers to its mesh file: relative to the result file's folder, with '/'; absolute where no relative
 /// path leads there.
 [[nodiscard]] std::string meshPathToStore(const std::string& meshFile, const std::string& resultFile);

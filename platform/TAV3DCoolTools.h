@@ -88,8 +88,8 @@ public:
     /// Hand parts of a description to a writer: the head before the result types, these before their ID maps, all three and the item table before
     /// the first item. All return 0, or a negative code (that of WriteResultItem) with one line on standard error; the file can then not be
     /// completed. The head's node counts must agree with the mesh file, when that is there; a count of 0 is taken from it. A record that was
-    /// read from a file on the other mesh is fine: the number of part nodes is then not recorded, and types without an ID map get the dimension of
-    /// the mesh that the new file stands on.
+    /// read from a file on the other mesh is fine: the number of part nodes is then counted in the mesh file (without it, it is not recorded), and
+    /// types without an ID map get the dimension of the mesh that the new file stands on.
     static int WriteHeadFileInfo_time(CBinaryInform& inform, CTAV3DResultWriter_Manipulator& writer, double fillingTime);
     static int WriteCoolInfo(CBinaryInform& inform, CTAV3DResultWriter_Manipulator& writer);
     static int WriteMultipleTimeStepOutputInfo(CBinaryInform& inform, CTAV3DResultWriter_Manipulator& writer);

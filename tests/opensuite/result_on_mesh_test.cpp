@@ -6,6 +6,8 @@
 #include "support/mesh_models.h"
 #include "support/scratch_folder.h"
 
+#include <algorithm>
+
 using namespace tav3d::test;
 using tav3d::opensuite::CgnsReader;
 namespace fs = std::filesystem;
@@ -149,6 +151,23 @@ TEST(ResultOnMesh, counts_that_are_not_recorded_come_from_the_mesh)
     CBinaryWriteTools::GetBinaryInform(read, reader, 0);
     EXPECT_EQ(read.m_nVoxelNode, 216);
     EXPECT_EQ(read.m_nCutCellNode, 218);
+}
+
+TEST(ResultOnMesh, part_nodes_are_counted_anew_on_the_other_mesh)
+{
+    MeshFolder f;
+    f.d.m_nMaxCavityNode = 7; // of the voxel mesh
+    f.values[1].resize(219);
+    std::vector<std::int32_t> node = f.model.cutCell.plastic.node;
+    std::sort(node.begin(), node.end());
+    node.erase(std::unique(node.begin(), node.end()), node.end());
+    for (const bool onCutCellMesh : {false, true})
+    {
+        ASSERT_EQ(writeResult(f.folder.file("runs/a.q7f"), f.d, f.values, onCutCellMesh), 0);
+        CTAV3DResultReader_Manipulator reader;
+        ASSERT_EQ(reader.BeginReading(f.folder.file("runs/a.q7f").c_str(), nullptr), 0);
+        EXPECT_EQ(reader.GetMaxCavityNode(), onCutCellMesh ? static_cast<long long>(node.size()) : 7);
+    }
 }
 
 TEST(ResultOnMesh, mesh_file_is_no_result_and_result_is_no_mesh)
