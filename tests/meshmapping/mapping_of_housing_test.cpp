@@ -36,6 +36,12 @@ struct Case
 {
     bool withInsert;
     int mode, insertMode;
+
+    [[nodiscard]] std::string name() const
+    {
+        return std::string(withInsert ? "insert" : "plain") + "_mode" + std::to_string(mode) + "_insertmode" + std::to_string(insertMode);
+    }
+    friend void PrintTo(const Case& c, std::ostream* out) { *out << c.name(); }
 };
 
 class HousingMapping : public testing::TestWithParam<Case>
@@ -86,11 +92,7 @@ TEST_P(HousingMapping, keeps_a_constant_field)
 INSTANTIATE_TEST_SUITE_P(Modes, HousingMapping,
                          testing::Values(Case{false, 0, 0}, Case{false, 1, 0}, Case{false, 2, 0}, Case{false, 1, 1}, Case{true, 0, 0},
                                          Case{true, 0, 1}, Case{true, 1, 0}, Case{true, 1, 1}, Case{true, 2, 0}, Case{true, 2, 1}),
-                         [](const auto& test)
-                         {
-                             return std::string(test.param.withInsert ? "insert" : "plain") + "_mode" + std::to_string(test.param.mode) +
-                                    "_insertmode" + std::to_string(test.param.insertMode);
-                         });
+                         [](const auto& test) { return test.param.name(); });
 
 } // namespace
 } // namespace tav3d::test
