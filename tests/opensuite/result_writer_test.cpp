@@ -1,7 +1,10 @@
 #include "result_samples.h"
 #include "support/scratch_folder.h"
 
-#include <optional>
+#ifndef _WIN32
+#include <csignal>
+#include <sys/resource.h>
+#endif
 
 using namespace tav3d::test;
 namespace fs = std::filesystem;
@@ -248,3 +251,39 @@ TEST(ResultWriter, long_and_equal_names_give_distinct_arrays)
     EXPECT_EQ(read.m_ResultItem[2].m_strName, name);
     EXPECT_EQ(fullResult(2, 1, read, reader), (std::vector<float>{3, 4}));
 }
+
+#ifndef _WIN32
+
+TEST(ResultWriter, full_disk_leaves_the_target_and_nothing_else)
+{
+    const ScratchFolder folder;
+    const std::string file = folder.file("a.q7f");
+    ASSERT_EQ(writeSampleResult(file), 0);
+    const std::string before = readBytes(file);
+    const auto writeWithLittleRoom = [&](std::size_t room)
+    {
+        std::signal(SIGXFSZ, SIG_IGN);
+        const rlimit limit{room, room};
+        setrlimit(RLIMIT_FSIZE, &limit);
+        CTAV3DResultWriter_Manipulator writer;
+        CBinaryInform d = sampleDescription();
+        Values values = sampleValues();
+        if (writer.BeginWriting(file.c_str(), nullptr, false) == 0)
+        {
+            describe(writer, d);
+            for (auto& [item, value] : values)
+                writer.WriteResultItem(item, value.data());
+            std::exit(writer.EndWriting() < 0 ? 0 : 1); // like a host that looks at nothing else
+        }
+        std::exit(0);
+    };
+    for (std::size_t room = 0; room < before.size(); room += before.size() / 13)
+    {
+        EXPECT_EXIT(writeWithLittleRoom(room), testing::ExitedWithCode(0), "")
+            << "with room for " << room << " of " << before.size() << " bytes";
+        EXPECT_TRUE(readBytes(file) == before);
+        ASSERT_EQ(folder.entries(), 1);
+    }
+}
+
+#endif
