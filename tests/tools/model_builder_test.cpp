@@ -284,7 +284,8 @@ TEST(ModelBuilder, gate_and_vents_stand_where_they_are_asked_for)
         for (const auto& [kind, place] : {std::pair{facet_kind::gate, *options.gate}, std::pair{facet_kind::vent, options.vents[0]}})
         {
             EXPECT_EQ(facetsOfKind(*zone, kind), 1);
-            const auto f = std::find_if(zone->surface.begin(), zone->surface.end(), [&](const SurfaceFacet& g) { return g.kind == kind; });
+            const auto f = std::find_if(zone->surface.begin(), zone->surface.end(),
+                                        [wanted = kind](const SurfaceFacet& g) { return g.kind == wanted; });
             EXPECT_LT(length(facetCentre(*zone, *f) - place), 1e-4);
         }
     }
