@@ -21,6 +21,7 @@ include(CMakePackageConfigHelpers)
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/Tav3DInterpolation)
 configure_package_config_file(cmake/Tav3DInterpolationConfig.cmake.in Tav3DInterpolationConfig.cmake INSTALL_DESTINATION ${package_dir})
 write_basic_package_version_file(Tav3DInterpolationConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX BASE_DIRECTORY "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig" OUTPUT_VARIABLE prefix_from_pc)
 configure_file(cmake/Tav3DInterpolation.pc.in Tav3DInterpolation.pc @ONLY)
 
 install(TARGETS Tav3DInterpolation EXPORT Tav3DInterpolationTargets)

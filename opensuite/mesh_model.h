@@ -93,8 +93,8 @@ struct InterfaceNodes
 struct MeshZone
 {
     std::vector<float> x, y, z;
-    CellList plastic;   // the part
-    CellList moldBase;  // the mould block around it, part inserts included
+    CellList plastic;  // the part
+    CellList moldBase; // the mould block around it, part inserts included
     std::vector<SurfaceFacet> surface;
     std::vector<PartInsertFacet> partInsert;
     std::vector<InterfaceNodes> partInterface;       // as seen from the part

@@ -28,7 +28,7 @@ public:
     int getNElementPlastic() const;
     int getNElementMoldBase() const;
     int getNElementSurface() const;
-    int getNPartInsert() const;    ///< number of part-insert entries
+    int getNPartInsert() const; ///< number of part-insert entries
 
     /// The next node, unscaled.
     int readNodeBlockEntry(float& x, float& y, float& z);

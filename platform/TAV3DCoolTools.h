@@ -15,10 +15,10 @@ struct CBinaryResultItem
 {
     int m_iResultItemID = 0;
     int m_iResultType = 1;
-    float m_fMax = 0.0f;      ///< recorded extremes
+    float m_fMax = 0.0f; ///< recorded extremes
     float m_fMin = 0.0f;
-    std::string m_strName;    ///< for people: "Temperature"
-    std::string m_strUnit;    ///< "degC"
+    std::string m_strName; ///< for people: "Temperature"
+    std::string m_strUnit; ///< "degC"
 };
 
 /// One result type: how many values its items store, and the nodes they belong to when these are not simply nodes 1..d.
@@ -40,7 +40,7 @@ public:
     int m_nVoxelNode = 0;          ///< node counts of both meshes of the model
     int m_nCutCellNode = 0;
     long long m_nMaxCavityNode = 0;
-    double m_dFillingTime = 0.0;   ///< s
+    double m_dFillingTime = 0.0; ///< s
     // Cooling and output times, in the order in which the file lists them: name, value.
     std::vector<std::pair<std::string, double>> m_CoolInfo;
     std::vector<double> m_OutputTime; ///< s
@@ -55,7 +55,8 @@ public:
 
 private:
     friend class CBinaryWriteTools;
-    std::shared_ptr<void> m_pSource; // the file that the record was read from, if any; a writer that gets the head asks it for array lengths
+    std::shared_ptr<void>
+        m_pSource; // the file that the record was read from, if any; a writer that gets the head asks it for array lengths
 };
 
 class CBinaryWriteTools
@@ -82,8 +83,8 @@ public:
     /// nodes, and all other nodes get 0. An item that keeps another layout than its type comes with its own length. Returns null, with nNode = 0 and
     /// one line on standard error, when there is no such item, it is of another type, or it cannot be read.
     /// The array belongs to the reader: the caller may change it and must not release it; EndReading or the reader's destruction releases it.
-    static float* FullResultFromMappingResult_Create(int item, int resultType, CBinaryInform& inform, CTAV3DResultReader_Manipulator& reader,
-                                                     int& nNode);
+    static float* FullResultFromMappingResult_Create(int item, int resultType, CBinaryInform& inform,
+                                                     CTAV3DResultReader_Manipulator& reader, int& nNode);
 
     /// Hand parts of a description to a writer: the head before the result types, these before their ID maps, all three and the item table before
     /// the first item. All return 0, or a negative code (that of WriteResultItem) with one line on standard error; the file can then not be

@@ -13,7 +13,8 @@ public:
     CTAVOptKer& operator=(const CTAVOptKer&) = delete;
 
     /// Announces the range of the boxes and three tuning numbers (always 1, 10000, 200000). Boxes outside of the range are found as well.
-    void SetADTreeRange(double xMax, double yMax, double zMax, double xMin, double yMin, double zMin, int level, int blockSize, int capacity);
+    void SetADTreeRange(double xMax, double yMax, double zMax, double xMin, double yMin, double zMin, int level, int blockSize,
+                        int capacity);
 
     /// Adds one box under the number `id`.
     void AddSurfaceToADTree(int id, double xMax, double yMax, double zMax, double xMin, double yMin, double zMin);

@@ -128,4 +128,3 @@ TEST(VoxelCutCellMapping, file_cut_short_anywhere_gives_a_code)
         EXPECT_EQ(engine.GetNNodeCutCell(), 0) << percent;
     }
 }
-
