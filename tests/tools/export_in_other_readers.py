@@ -5,6 +5,7 @@ usage: export_in_other_readers.py WRITE_RESULT_SAMPLES TAV3D
 
 import pathlib
 import re
+import resource
 import subprocess
 import sys
 import tempfile
@@ -89,7 +90,11 @@ def read_plt(file):
         reader.SetDataArrayStatus(reader.GetDataAttributeName(k), 1)
     reader.Update()
     assert reader.GetOutput().GetNumberOfBlocks() == 1
-    return reader.GetOutput().GetBlock(0)
+    grid = reader.GetOutput().GetBlock(0)
+    for k in range(grid.GetPointData().GetNumberOfArrays()):  # the reader makes brackets of parentheses
+        array = grid.GetPointData().GetArray(k)
+        array.SetName(array.GetName().replace("[", "(").replace("]", ")"))
+    return grid
 
 
 READERS = {".vtu": read_vtu, ".cgns": read_cgns, ".plt": read_plt}
@@ -150,11 +155,11 @@ class ExportedFiles(unittest.TestCase):
         cls.scratch.cleanup()
 
     def grids(self, suffix=""):
+        """Every exported file of both results: its name, what it was made from, its extension, and what VTK reads."""
         for name, source in self.sources.items():
             for extension, read in READERS.items():
                 file = self.exported / f"{pathlib.Path(name).stem}{suffix}{extension}"
-                with self.subTest(file.name):
-                    yield source, extension, read(file)
+                yield file.name, source, extension, read(file)
 
     def check_fields(self, source, extension, grid, items, nodes):
         self.assertEqual([n for n in names_of(grid.GetPointData()) if n != "NodeNumber"], items)
@@ -167,82 +172,90 @@ class ExportedFiles(unittest.TestCase):
 
     def test_nodes_and_values_are_those_of_the_result(self):
         count = 0
-        for source, extension, grid in self.grids():
-            numpy.testing.assert_array_equal(points_of(grid), source.points)
-            nodes = numpy.arange(len(source.points))
-            self.check_fields(source, extension, grid, list(source.fields), nodes)
-            count += 1
+        for name, source, extension, grid in self.grids():
+            with self.subTest(name):
+                numpy.testing.assert_array_equal(points_of(grid), source.points)
+                nodes = numpy.arange(len(source.points))
+                self.check_fields(source, extension, grid, list(source.fields), nodes)
+                count += 1
         self.assertEqual(count, 6)
         self.assertEqual(numpy.isnan(self.sources["voxel.q7f"].fields["Heat flux (21)"]).sum(), 213)
 
     def test_chosen_items_stand_alone(self):
-        for source, extension, grid in self.grids("-items"):
-            self.check_fields(source, extension, grid, ["Melt-front time (1)", "Heat flux (21)"], numpy.arange(len(source.points)))
+        for name, source, extension, grid in self.grids("-items"):
+            with self.subTest(name):
+                self.check_fields(source, extension, grid, ["Melt-front time (1)", "Heat flux (21)"], numpy.arange(len(source.points)))
 
     def test_cells_are_those_of_the_mesh(self):
-        for source, extension, grid in self.grids():
-            self.assertEqual(grid.GetNumberOfCells(), len(source.cells))
-            for c, (kind, cell) in enumerate(zip(source.types, source.cells)):
-                found = nodes_of(grid, c)
-                if extension == ".plt":
-                    self.assertEqual(set(found), set(cell))
-                    continue
-                self.assertEqual(grid.GetCellType(c), kind)
-                wedge = extension == ".vtu" and kind == 13
-                self.assertEqual(found, [cell[k] for k in (0, 2, 1, 3, 5, 4)] if wedge else cell)
+        for name, source, extension, grid in self.grids():
+            with self.subTest(name):
+                self.assertEqual(grid.GetNumberOfCells(), len(source.cells))
+                for c, (kind, cell) in enumerate(zip(source.types, source.cells)):
+                    found = nodes_of(grid, c)
+                    if extension == ".plt":
+                        self.assertEqual(set(found), set(cell))
+                        continue
+                    self.assertEqual(grid.GetCellType(c), kind)
+                    wedge = extension == ".vtu" and kind == 13
+                    self.assertEqual(found, [cell[k] for k in (0, 2, 1, 3, 5, 4)] if wedge else cell)
         self.assertEqual(set(self.sources["cutcell.q7f"].types), {10, 12, 13, 14}, "cells of all kinds")
 
     def test_faces_of_vtu_cells_point_outwards(self):
         kinds = set()
-        for source, extension, grid in self.grids():
-            if extension != ".vtu":
-                continue
-            points = points_of(grid).astype(float)
-            for c in range(grid.GetNumberOfCells()):
-                cell = grid.GetCell(c)
-                kinds.add(grid.GetCellType(c))
-                centre = points[nodes_of(grid, c)].mean(axis=0)
-                for f in range(cell.GetNumberOfFaces()):
-                    ids = cell.GetFace(f).GetPointIds()
-                    corner = points[[ids.GetId(k) for k in range(ids.GetNumberOfIds())]]
-                    normal = numpy.cross(corner[1] - corner[0], corner[2] - corner[0])
-                    self.assertGreater(numpy.dot(normal, corner.mean(axis=0) - centre), 0, (c, f))
+        for name, source, extension, grid in self.grids():
+            with self.subTest(name):
+                if extension != ".vtu":
+                    continue
+                points = points_of(grid).astype(float)
+                for c in range(grid.GetNumberOfCells()):
+                    cell = grid.GetCell(c)
+                    kinds.add(grid.GetCellType(c))
+                    centre = points[nodes_of(grid, c)].mean(axis=0)
+                    for f in range(cell.GetNumberOfFaces()):
+                        ids = cell.GetFace(f).GetPointIds()
+                        corner = points[[ids.GetId(k) for k in range(ids.GetNumberOfIds())]]
+                        normal = numpy.cross(corner[1] - corner[0], corner[2] - corner[0])
+                        self.assertGreater(numpy.dot(normal, corner.mean(axis=0) - centre), 0, (c, f))
         self.assertEqual(kinds, set(NODES))
 
     def test_bricks_have_the_volume_of_the_cells(self):
-        for source, extension, grid in self.grids():
-            if extension != ".plt":
-                continue
-            points = points_of(grid).astype(float)
-            bricks = [hexa_volume(points[nodes_of(grid, c)]) for c in range(grid.GetNumberOfCells())]
-            self.assertGreater(min(bricks), 0)
-            self.assertAlmostEqual(sum(bricks), 125.0, places=9)  # the block is a cube of edge 5
+        for name, source, extension, grid in self.grids():
+            with self.subTest(name):
+                if extension != ".plt":
+                    continue
+                points = points_of(grid).astype(float)
+                bricks = [hexa_volume(points[nodes_of(grid, c)]) for c in range(grid.GetNumberOfCells())]
+                self.assertGreater(min(bricks), 0)
+                self.assertAlmostEqual(sum(bricks), 125.0, places=9)  # the block is a cube of edge 5
 
     def test_bodies_are_cell_data(self):
-        for source, extension, grid in self.grids():
-            if extension == ".plt":
-                continue
-            numpy.testing.assert_array_equal(vtk_to_numpy(grid.GetCellData().GetArray("Body")), source.body)
+        for name, source, extension, grid in self.grids():
+            with self.subTest(name):
+                if extension == ".plt":
+                    continue
+                numpy.testing.assert_array_equal(vtk_to_numpy(grid.GetCellData().GetArray("Body")), source.body)
         self.assertEqual(set(self.sources["voxel.q7f"].body), {1, 2, 3})
 
     def test_units_are_told_in_vtu(self):
-        for _, extension, grid in self.grids():
-            if extension == ".vtu":
-                information = grid.GetPointData().GetArray("Temperature (6)").GetInformation()
-                self.assertEqual(information.Get(vtk.vtkDataArray.UNITS_LABEL()), "degC")
+        for name, _, extension, grid in self.grids():
+            with self.subTest(name):
+                if extension == ".vtu":
+                    information = grid.GetPointData().GetArray("Temperature (6)").GetInformation()
+                    self.assertEqual(information.Get(vtk.vtkDataArray.UNITS_LABEL()), "degC")
 
     def test_part_only_keeps_the_part_and_the_numbers_of_its_nodes(self):
-        for source, extension, grid in self.grids("-part"):
-            cells = source.cells[: source.part_cells]
-            used = sorted({node for cell in cells for node in cell})
-            self.assertLess(len(used), len(source.points))
-            self.assertEqual(grid.GetNumberOfCells(), len(cells))
-            number = vtk_to_numpy(grid.GetPointData().GetArray("NodeNumber")).astype(int)
-            self.assertEqual(list(number), [node + 1 for node in used])
-            numpy.testing.assert_array_equal(points_of(grid), source.points[used])
-            self.check_fields(source, extension, grid, list(source.fields), used)
-            for c, cell in enumerate(cells):
-                self.assertEqual({number[node] - 1 for node in nodes_of(grid, c)}, set(cell))
+        for name, source, extension, grid in self.grids("-part"):
+            with self.subTest(name):
+                cells = source.cells[: source.part_cells]
+                used = sorted({node for cell in cells for node in cell})
+                self.assertLess(len(used), len(source.points))
+                self.assertEqual(grid.GetNumberOfCells(), len(cells))
+                number = vtk_to_numpy(grid.GetPointData().GetArray("NodeNumber")).astype(int)
+                self.assertEqual(list(number), [node + 1 for node in used])
+                numpy.testing.assert_array_equal(points_of(grid), source.points[used])
+                self.check_fields(source, extension, grid, list(source.fields), used)
+                for c, cell in enumerate(cells):
+                    self.assertEqual({number[node] - 1 for node in nodes_of(grid, c)}, set(cell))
 
     def test_mesh_file_alone_has_no_items(self):
         for extension, read in READERS.items():
@@ -252,6 +265,31 @@ class ExportedFiles(unittest.TestCase):
                 numpy.testing.assert_array_equal(points_of(grid), source.points)
                 self.assertEqual(grid.GetNumberOfCells(), len(source.cells))
                 self.assertEqual(names_of(grid.GetPointData()), [])
+
+    def test_disk_that_is_full_leaves_the_target_as_it_was(self):
+        def small_files_only():
+            resource.setrlimit(resource.RLIMIT_FSIZE, (4096, 4096))
+
+        with tempfile.TemporaryDirectory() as scratch:
+            folder = pathlib.Path(scratch)
+            subprocess.run([SAMPLES, str(folder)], check=True)
+            for extension in READERS:
+                with self.subTest(extension):
+                    target = folder / f"out{extension}"
+                    target.write_text("older")
+                    files = sorted(folder.iterdir())
+                    run = subprocess.run(
+                        [TAV3D, "export", folder / "cutcell.q7f", "-o", target],
+                        capture_output=True,
+                        text=True,
+                        preexec_fn=small_files_only,
+                        restore_signals=False,  # a file that grows too large is an error and no signal, like a full disk
+                    )
+                    self.assertEqual(run.returncode, 1, run.stderr)
+                    self.assertEqual(run.stdout, "")
+                    self.assertIn(f"tav3d: error: {target}: ", run.stderr)
+                    self.assertEqual(target.read_text(), "older")
+                    self.assertEqual(sorted(folder.iterdir()), files)
 
     def test_cgnscheck_reports_no_error(self):
         for name in ["voxel.cgns", "cutcell.cgns", "cutcell-part.cgns", "mesh.cgns"]:
