@@ -61,10 +61,7 @@ void writeTable(std::ostream& out, const FieldGrid& grid, const std::vector<Vec3
     {
         const PointValues& row = values[i];
         out << shortest(points[i].x) << ',' << shortest(points[i].y) << ',' << shortest(points[i].z) << ',';
-        if (row.cell != 0)
-            out << row.cell << ',' << shortest(row.distance);
-        else
-            out << ',';
+        out << row.cell << ',' << shortest(row.distance);
         for (const std::optional<double>& value : row.value)
             out << ',' << (value ? shortest(*value) : "");
         out << '\n';
@@ -120,9 +117,8 @@ void addInterpolateCommand(CLI::App& app)
         "The answer, CSV with a line of names, has one line per point in the same order: x, y, z, the cell used, the distance to\n"
         "it, and one column per item. Cells are numbered as in the mesh file, the part's first, then the mould base's.\n"
         "  distance 0      the point lies in the cell\n"
-        "  distance > 0    the point lies in no cell; the cell is the one whose centre is nearest. The values are empty, or, with\n"
-        "                  --extrapolate, continued from that cell\n"
-        "  cell empty      the point lies in no cell, and no cell centre is within about 9.8 mm per axis\n"
+        "  distance > 0    the point lies in no cell; the cell is the nearest. The values are empty, or, with --extrapolate,\n"
+        "                  continued from that cell\n"
         "Items of the part hold 0 at the nodes of the mould base: with --part-only, cells of the mould base beside the part do not\n"
         "mix the two. An item has no value (empty) where a node of the cell without a value carries weight, as inside a part of\n"
         "whose surface only the values are stored. Numbers have as many digits as bring back the same double.\n"

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <limits>
 #include <span>
 
@@ -137,8 +138,10 @@ double EngineMesh::smallestShape(int cell, Vec3 p) const
     return *std::min_element(N.begin(), N.begin() + nodes[0]);
 }
 
-void EngineMesh::buildTree() const
+void EngineMesh::needTree() const
 {
+    if (tree_)
+        return;
     tree_ = std::make_unique<CTAVOptKer>();
     Box all{{1, 1, 1}, {-1, -1, -1}};
     std::vector<Box> boxes;
@@ -158,30 +161,61 @@ void EngineMesh::buildTree() const
         }
         boxes.push_back(box);
     }
+    low_ = all.low;
+    high_ = all.high;
     tree_->SetADTreeRange(all.high.x, all.high.y, all.high.z, all.low.x, all.low.y, all.low.z, 1, 10000, 200000);
     for (std::size_t c = 0; c < boxes.size(); ++c)
         tree_->AddSurfaceToADTree(static_cast<int>(c) + 1, boxes[c].high.x, boxes[c].high.y, boxes[c].high.z, boxes[c].low.x,
                                   boxes[c].low.y, boxes[c].low.z);
 }
 
+/// Cells whose boxes come within `reach` of the point on every axis, ascending; valid until the next call.
+std::span<const int> EngineMesh::cellsNear(Vec3 p, double reach) const
+{
+    needTree();
+    int count = 0;
+    const int* const found =
+        tree_->SearchNearBlockID(p.x - reach, p.y - reach, p.z - reach, p.x + reach, p.y + reach, p.z + reach, count, 0);
+    return {found, static_cast<std::size_t>(count)};
+}
+
 int EngineMesh::cellThatHolds(Vec3 p) const
 {
-    if (!tree_)
-        buildTree();
-    int count = 0;
-    const int* const found = tree_->SearchNearBlockID(p.x, p.y, p.z, p.x, p.y, p.z, count, 0);
     int best = 0;
     double depth = onSurface;
-    for (int k = 0; k < count; ++k)
+    for (const int cell : cellsNear(p, 0.0))
     {
-        const double smallest = smallestShape(found[k], p);
+        const double smallest = smallestShape(cell, p);
         if (smallest > depth || (best == 0 && smallest == depth))
         {
-            best = found[k];
+            best = cell;
             depth = smallest;
         }
     }
     return best;
+}
+
+void EngineMesh::keepNearest(std::span<const int> cells, Vec3 p, std::pair<int, double>& nearest) const
+{
+    for (const int cell : cells)
+        if (const double distance = distanceToSurface(cell, p); distance < nearest.second)
+            nearest = {cell, distance};
+}
+
+std::pair<int, double> EngineMesh::nearestCell(Vec3 p) const
+{
+    needTree();
+    // Some cell near the place where the box around the mesh is nearest; its distance bounds that of the nearest cell.
+    Vec3 onBox;
+    for (int axis = 0; axis < 3; ++axis)
+        onBox[axis] = std::clamp(p[axis], low_[axis], high_[axis]);
+    std::pair<int, double> nearest{0, std::numeric_limits<double>::infinity()};
+    for (double reach = length(high_ - low_) / std::cbrt(cellTotal()); nearest.first == 0; reach *= 2)
+        keepNearest(cellsNear(onBox, reach), p, nearest);
+    const double bound = nearest.second;
+    nearest = {0, std::numeric_limits<double>::infinity()};
+    keepNearest(cellsNear(p, bound), p, nearest); // boxes are a little wider than their cells: rounding loses none
+    return nearest;
 }
 
 int EngineMesh::nodeAt(int cell, Vec3 p, double reach) const

@@ -6,6 +6,8 @@
 #include "vec3.h"
 
 #include <memory>
+#include <span>
+#include <utility>
 #include <vector>
 
 class CTAVOptKer;
@@ -41,7 +43,10 @@ public:
     /// The node of the cell that is no farther from the point than `reach`; 0 = none, the nearest of several.
     [[nodiscard]] int nodeAt(int cell, Vec3 p, double reach) const;
 
-    /// Distance from the point to the surface of the cell.
+    /// The cell whose surface is nearest to a point that lies in no cell, the lowest of several, and how far it is. There must be cells.
+    [[nodiscard]] std::pair<int, double> nearestCell(Vec3 p) const;
+
+    /// Distance from the point to the surface of the cell. Warped faces count as two triangles.
     [[nodiscard]] double distanceToSurface(int cell, Vec3 p) const;
 
 private:
@@ -50,11 +55,14 @@ private:
         const auto n = static_cast<std::size_t>(number);
         return {nodeX[n], nodeY[n], nodeZ[n]};
     }
-    void buildTree() const;
+    void needTree() const;
+    [[nodiscard]] std::span<const int> cellsNear(Vec3 p, double reach) const;
+    void keepNearest(std::span<const int> cells, Vec3 p, std::pair<int, double>& nearest) const;
 
     const FieldGrid& grid_;
-    std::vector<int> entry_; // of all rows
-    mutable std::unique_ptr<CTAVOptKer> tree_;
+    std::vector<int> entry_;                   // of all rows
+    mutable std::unique_ptr<CTAVOptKer> tree_; // of the cells' boxes
+    mutable Vec3 low_, high_;                  // corners of the box around all cells; with the tree
 };
 
 } // namespace tav3d::tools

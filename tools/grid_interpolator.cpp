@@ -5,7 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
+#include <tuple>
 
 namespace tav3d::tools
 {
@@ -121,7 +121,7 @@ void evaluateByQuadrature(const FieldGrid& grid, EngineMesh& mesh, std::span<con
 {
     std::vector<int> wanted; // places in `points`
     for (std::size_t i = 0; i < points.size(); ++i)
-        if (out[i].cell != 0 && (out[i].distance == 0.0 || extrapolate))
+        if (out[i].distance == 0.0 || extrapolate)
             wanted.push_back(static_cast<int>(i));
     std::vector<double> x(1), y(1), z(1);
     for (const int i : wanted)
@@ -177,19 +177,20 @@ std::vector<PointValues> interpolateAtPoints(const FieldGrid& grid, std::span<co
         const int number = static_cast<int>(i) + 1;
         PointValues& result = out[i];
         result.value.resize(grid.fields.size());
-        result.cell = whole.engine.SetDataPoint(number, p.x, p.y, p.z);
-        bool isProposal = true;
-        if (result.cell == 0 || mesh.smallestShape(result.cell, p) < EngineMesh::onSurface)
+        // Outside of the mesh the engine would collect all centres within its reach, which may be most of the mesh; and the cell with the
+        // nearest centre need not be the nearest cell.
+        const int holder = mesh.cellThatHolds(p);
+        bool isProposal = false;
+        if (holder == 0)
+            std::tie(result.cell, result.distance) = mesh.nearestCell(p);
+        else
         {
-            if (const int holder = mesh.cellThatHolds(p); holder != 0)
-            {
+            result.cell = whole.engine.SetDataPoint(number, p.x, p.y, p.z);
+            isProposal = result.cell != 0 && mesh.smallestShape(result.cell, p) >= EngineMesh::onSurface;
+            if (!isProposal)
                 result.cell = holder;
-                isProposal = false;
-            }
-            else
-                result.distance = result.cell == 0 ? std::numeric_limits<double>::quiet_NaN() : mesh.distanceToSurface(result.cell, p);
         }
-        if (byShape && result.cell != 0 && (result.distance == 0.0 || options.extrapolate))
+        if (byShape && (holder != 0 || options.extrapolate))
         {
             if (!isProposal)
                 single.place(result.cell, p);

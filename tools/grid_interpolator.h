@@ -21,11 +21,8 @@ enum class InterpolationMethod
 
 struct PointValues
 {
-    /// The cell that holds the point, or else the one whose centre is nearest; 0 when no centre is within the reach of the engine's search.
-    /// Counts from 1 over the grid's cells.
-    std::int32_t cell = 0;
-    /// 0 in the cell, else the distance to it; without a cell NaN. Warped faces count as two triangles.
-    double distance = 0.0;
+    std::int32_t cell = 0; ///< the cell that holds the point, or else the nearest; counts from 1 over the grid's cells
+    double distance = 0.0; ///< 0 in the cell, else the distance to it (EngineMesh::distanceToSurface)
     /// One per field; nothing where the field has no value.
     std::vector<std::optional<double>> value;
 };
@@ -36,7 +33,7 @@ struct InterpolationOptions
     bool extrapolate = false; ///< also give values at points outside of all cells, continued from the nearest cell
 };
 
-/// Values at `points`, in their order. The engine's search proposes a cell by the boxes of the cells; where that cell does not hold the point itself, the
+/// Values at `points`, in their order, on a grid that has cells. The engine's search proposes a cell by the boxes of the cells; where that cell does not hold the point itself, the
 /// cell that does takes its place. A point counts as held when no shape function of the cell is below -1e-6.
 /// A field with nodes without a value has none in cells where such a node carries weight. Quadrature uses nodes far beyond one cell: there all fields
 /// must have a value at every node, and all nodes must belong to cells (GridRequest::dropLooseNodes). Within 1e-6 of a node it gives the node's value.
