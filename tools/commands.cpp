@@ -1,6 +1,9 @@
 #include "commands.h"
 
+#include "command_compare.h"
+#include "command_export.h"
 #include "command_info.h"
+#include "command_interpolate.h"
 #include "command_map.h"
 #include "command_model.h"
 #include "command_sample.h"
@@ -23,6 +26,9 @@ int run(int argc, const char* const* argv)
     addMapCommand(app);
     addInfoCommand(app);
     addSampleCommand(app);
+    addExportCommand(app);
+    addCompareCommand(app);
+    addInterpolateCommand(app);
     try
     {
         app.parse(argc, argv); // runs the chosen subcommand

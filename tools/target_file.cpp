@@ -1,0 +1,71 @@
+#include "target_file.h"
+
+#include "opensuite/file_error.h"
+#include "opensuite/replace_file.h"
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+
+namespace tav3d::tools
+{
+
+namespace fs = std::filesystem;
+using opensuite::FileError;
+using opensuite::FileFailure;
+
+namespace
+{
+
+/// Removes the unfinished file, unless it has been moved away.
+class Unfinished
+{
+public:
+    explicit Unfinished(fs::path path)
+        : path_(std::move(path))
+    {
+    }
+    ~Unfinished()
+    {
+        std::error_code ignored;
+        fs::remove(path_, ignored);
+    }
+    Unfinished(const Unfinished&) = delete;
+    Unfinished& operator=(const Unfinished&) = delete;
+
+    [[nodiscard]] const fs::path& path() const noexcept { return path_; }
+
+private:
+    fs::path path_;
+};
+
+} // namespace
+
+void writeTargetFile(const std::string& target, const std::function<void(std::ostream&)>& write)
+{
+    std::error_code ignored;
+    if (fs::is_directory(target, ignored))
+        throw FileError(FileFailure::CannotWrite, target, "", "is a folder");
+    const Unfinished unfinished(opensuite::temporaryNameBeside(target));
+    {
+        errno = 0;
+        std::ofstream out(unfinished.path(), std::ios::binary);
+        if (!out)
+            throw FileError(FileFailure::CannotWrite, target, "", std::string("cannot be written: ") + std::strerror(errno));
+        write(out);
+        out.close();
+        if (!out)
+            throw FileError(FileFailure::CannotWrite, target, "", std::string("cannot be written: ") + std::strerror(errno));
+    }
+    try
+    {
+        opensuite::replaceFile(unfinished.path(), target);
+    }
+    catch (const fs::filesystem_error& error)
+    {
+        throw FileError(FileFailure::CannotWrite, target, "", "cannot be written: " + error.code().message());
+    }
+}
+
+} // namespace tav3d::tools
