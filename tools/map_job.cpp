@@ -5,7 +5,9 @@
 #include "TAV3DResultEngine.h"
 #include "Tav3dQ7XMapping_Voxel2CutCell.h"
 #include "console.h"
+#include "file_access.h"
 #include "opensuite/item_observer.h"
+#include "opensuite/replace_file.h"
 
 #include <array>
 #include <chrono>
@@ -42,25 +44,26 @@ void checkExtension(const fs::path& file)
         fail(file, "extension '" + extension + "' is none of .q7f, .q7p, .q7c, .q7hc, .rsf, .rsc (case matters)");
 }
 
-struct NodeCounts
+struct Mesh
 {
-    int voxel = 0;
-    int cutCell = 0;
+    fs::path file;
+    int voxelNodes = 0;
+    int cutCellNodes = 0;
 };
 
-NodeCounts nodeCountsOf(const std::string& meshFile)
+Mesh checkedMesh(const std::string& meshFile)
 {
-    NodeCounts counts;
+    Mesh mesh{meshFile};
     for (const bool voxel : {false, true})
     {
         KRNIO_Manipulator reader;
         if (reader.beginReading(meshFile.c_str(), nullptr, voxel ? 1 : 0) < 0)
             fail(meshFile, std::string("the ") + (voxel ? "voxel" : "cut-cell") + " mesh cannot be read");
-        (voxel ? counts.voxel : counts.cutCell) = reader.getNNode();
+        (voxel ? mesh.voxelNodes : mesh.cutCellNodes) = reader.getNNode();
         if (reader.getNNode() == 0)
             fail(meshFile, std::string("the ") + (voxel ? "voxel" : "cut-cell") + " mesh has no nodes");
     }
-    return counts;
+    return mesh;
 }
 
 /// The description of a result file; throws when it cannot be read.
@@ -68,6 +71,8 @@ CBinaryInform describe(const fs::path& file)
 {
     if (!fs::exists(file))
         fail(file, "no such file");
+    if (isLockedByAnotherProgram(file))
+        fail(file, "is in use by another program, which has locked it");
     CTAV3DResultReader_Manipulator reader;
     if (const int code = reader.BeginReading(file.string().c_str(), nullptr); code < 0)
     {
@@ -81,16 +86,25 @@ CBinaryInform describe(const fs::path& file)
 }
 
 /// A voxel result of this model, or a reason why it is not.
-void checkBelongsToModel(const fs::path& file, const CBinaryInform& inform, const NodeCounts& mesh)
+void checkBelongsToModel(const fs::path& file, const CBinaryInform& inform, const Mesh& mesh)
 {
-    if (inform.m_nVoxelNode != mesh.voxel || inform.m_nCutCellNode != mesh.cutCell)
+    if (inform.m_nVoxelNode != mesh.voxelNodes || inform.m_nCutCellNode != mesh.cutCellNodes)
         fail(file, "belongs to another model: it was made for " + std::to_string(inform.m_nVoxelNode) + " voxel and " +
-                       std::to_string(inform.m_nCutCellNode) + " cut-cell nodes, the mesh file has " + std::to_string(mesh.voxel) +
-                       " and " + std::to_string(mesh.cutCell));
+                       std::to_string(inform.m_nCutCellNode) + " cut-cell nodes, the mesh file has " + std::to_string(mesh.voxelNodes) +
+                       " and " + std::to_string(mesh.cutCellNodes));
 }
 
-void checkTarget(const fs::path& target, const CBinaryInform& inform)
+/// The target can be made and there is room for it. What an earlier run that was ended left there of the same target goes away.
+void checkTarget(const fs::path& target, const CBinaryInform& inform, const Mesh& mesh)
 {
+    std::error_code ignored;
+    if (fs::equivalent(target, mesh.file, ignored))
+        fail(target, "is the mesh file");
+    if (fs::is_directory(target, ignored))
+        fail(target, "is a folder");
+    if (isWriteProtected(target))
+        fail(target, "is write-protected; --output names another place for the mapped result");
+    opensuite::removeAbandonedTemporaries(target);
     CTAV3DResultWriter_Manipulator probe; // dropped without an end: the target stays as it is
     if (probe.BeginWriting(target.string().c_str(), nullptr, true) < 0)
         fail(target, "cannot be written");
@@ -99,11 +113,21 @@ void checkTarget(const fs::path& target, const CBinaryInform& inform)
     const auto nodes = static_cast<std::uintmax_t>(std::max(inform.m_nVoxelNode, inform.m_nCutCellNode));
     const std::uintmax_t needed = inform.m_ResultItem.size() * nodes * sizeof(float) + 256 * 1024;
     const fs::path folder = target.has_parent_path() ? target.parent_path() : fs::path(".");
-    std::error_code ignored;
     const fs::space_info space = fs::space(folder, ignored);
     if (!ignored && space.available < needed)
         fail(target,
              "not enough room on the disk: " + std::to_string(needed) + " bytes needed, " + std::to_string(space.available) + " available");
+}
+
+/// The voxel result can move to its "_vox" name: what stands there is an older voxel result, or nothing. (Removing a file would also remove an empty
+/// folder.)
+void checkWayAside(const fs::path& vox)
+{
+    std::error_code ignored;
+    if (fs::exists(fs::symlink_status(vox, ignored)) && fs::is_directory(vox, ignored))
+        fail(vox, "is a folder, and the voxel result is to take its name");
+    if (isWriteProtected(vox))
+        fail(vox, "is write-protected, and the voxel result is to take its name");
 }
 
 /// What one task has to start from.
@@ -116,7 +140,7 @@ struct Start
 };
 
 /// Finds the voxel data of a task. An in-place run that was interrupted, or is repeated, finds it under the "_vox" name.
-Start findStart(const MapTask& task, const NodeCounts& mesh)
+Start findStart(const MapTask& task, const Mesh& mesh)
 {
     Start start;
     start.voxelFile = task.source;
@@ -153,22 +177,6 @@ Start findStart(const MapTask& task, const NodeCounts& mesh)
     return start;
 }
 
-/// Why the file at `target` is not the mapped result of `source`; empty when it is.
-std::string whatIsWrongWith(const fs::path& target, const CBinaryInform& source)
-{
-    try
-    {
-        const CBinaryInform mapped = describe(target);
-        if (!mapped.m_bOnCutCellMesh || mapped.m_ResultItem.size() != source.m_ResultItem.size())
-            return target.string() + ": the mapped result could not be written";
-        return {};
-    }
-    catch (const std::exception& error)
-    {
-        return error.what();
-    }
-}
-
 bool isVoxelResult(const fs::path& file)
 {
     try
@@ -194,7 +202,16 @@ std::string reasonOf(int code)
     }
 }
 
-void runTask(CTav3dQ7XMapping_Voxel2CutCell& driver, const NodeCounts& mesh, const MapOptions& options, const MapObserver& observe,
+/// Why the driver's call failed; empty when it did not. Its answer does not tell whether the target could be completed, and an older file may stand
+/// there, so the writers are asked whether they have completed one since they had completed `before`.
+std::string whatFailed(const MapTask& task, int code, long long before)
+{
+    if (code == 1)
+        return opensuite::completedResultFiles() > before ? "" : task.target.string() + ": the mapped result could not be written";
+    return task.source.string() + ": " + reasonOf(code);
+}
+
+void runTask(CTav3dQ7XMapping_Voxel2CutCell& driver, const Mesh& mesh, const MapOptions& options, const MapObserver& observe,
              MapOutcome& outcome)
 {
     const MapTask& task = outcome.task;
@@ -202,7 +219,10 @@ void runTask(CTav3dQ7XMapping_Voxel2CutCell& driver, const NodeCounts& mesh, con
     Start start = findStart(task, mesh);
     outcome.voxelFile = start.voxelFile;
     outcome.note = start.note;
-    checkTarget(task.target, start.inform);
+    if (start.moveAside)
+        checkWayAside(voxPathOf(task.source));
+    checkTarget(task.target, start.inform, mesh);
+    const long long completedBefore = opensuite::completedResultFiles();
 
     const opensuite::WatchItems watch(
         [&](int done, int total)
@@ -213,30 +233,25 @@ void runTask(CTav3dQ7XMapping_Voxel2CutCell& driver, const NodeCounts& mesh, con
     std::string voxelFile = start.voxelFile.string();
     std::string target = task.target.string();
     const int smooth = options.smooth ? 1 : 0;
-    if (!start.moveAside)
-    {
-        const int code = driver.Voxel2CutCellResult(voxelFile, target, smooth);
-        outcome.failure = code != 1 ? task.source.string() + ": " + reasonOf(code) : whatIsWrongWith(task.target, start.inform);
-        return;
-    }
-
-    const fs::path vox = voxPathOf(task.source);
-    std::string failure;
     try
     {
-        const int code = driver.Voxel2CutCellResult(target, smooth);
-        failure = code != 1 ? task.source.string() + ": " + reasonOf(code) : whatIsWrongWith(task.target, start.inform);
+        const int code =
+            start.moveAside ? driver.Voxel2CutCellResult(target, smooth) : driver.Voxel2CutCellResult(voxelFile, target, smooth);
+        outcome.failure = whatFailed(task, code, completedBefore);
     }
     catch (const std::exception& error)
     {
-        failure = task.source.string() + ": " + error.what();
+        outcome.failure = task.source.string() + ": " + error.what();
     }
-    if (failure.empty())
+    if (!start.moveAside)
+        return;
+
+    const fs::path vox = voxPathOf(task.source);
+    if (outcome.failure.empty())
     {
         outcome.voxelFile = vox;
         return;
     }
-    outcome.failure = failure;
     if (isVoxelResult(task.source) || !isVoxelResult(vox))
         return; // the driver has not moved it
     std::error_code notMoved;
@@ -283,7 +298,7 @@ std::vector<MapOutcome> runMapTasks(const std::string& meshFile, const std::vect
                                     const MapObserver& observe)
 {
     const StandardOutputToStandardError redirected;
-    const NodeCounts mesh = nodeCountsOf(meshFile);
+    const Mesh mesh = checkedMesh(meshFile);
 
     CTav3dQ7XMapping_Voxel2CutCell driver;
     driver.DebugControl(0, options.tecplot ? 1 : 0);
