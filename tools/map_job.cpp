@@ -149,12 +149,13 @@ Start findStart(const MapTask& task, const Mesh& mesh)
 
     if (task.inPlace() && !fs::exists(task.source) && fs::exists(vox))
     {
-        // An earlier run was interrupted between moving aside and completion: take that step back.
+        // An earlier run was interrupted between moving aside and completion: its second half is to be done.
         start.inform = describe(vox);
         checkBelongsToModel(vox, start.inform, mesh);
         if (start.inform.m_bOnCutCellMesh)
             fail(vox, "holds a result on the cut-cell mesh");
-        fs::rename(vox, task.source);
+        start.voxelFile = vox;
+        start.moveAside = false;
         start.note = "found under its _vox name after an interrupted run";
         return start;
     }

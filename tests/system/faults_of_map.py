@@ -332,6 +332,18 @@ class Faults(Scene):
                 self.assert_reported(self.limited("map", self.mesh, *where, limit=100_000), target, "could not be written")
                 self.assert_untouched(before)
 
+    def test_no_room_after_an_interrupted_run(self):
+        # The voxel data stand under their "_vox" name alone, and stay there.
+        target = self.work / "part.q7f"
+        shutil.copyfile(self.model / "part.q7f", vox(target))
+        before = {entry: digest(entry) for entry in self.work.iterdir()}
+        self.assert_reported(self.limited("map", self.mesh, target, limit=100_000), target, "could not be written")
+        self.assert_untouched(before)
+        outcome = run("map", self.mesh, target)
+        self.assertEqual((outcome.returncode, outcome.stdout), (0, f"{target}: mapped from {vox(target)}\n"))
+        self.assertIn("after an interrupted run", outcome.stderr)
+        self.assert_untouched({**before, target: digest(self.mapped / "part.q7f")})
+
     def test_full_disk(self):
         program = """
 set -e

@@ -157,7 +157,7 @@ class KilledRuns(Scene):
     def test_a_run_that_was_stopped_twice(self):
         if not self.kill_when(self.has_moved):
             self.skipTest("the run was not met at this stage")
-        process = self.start()  # puts the voxel file back, waits for an old one to go, and moves it again
+        process = self.start()  # goes on from the "_vox" file
         time.sleep(0.6 * self.duration)
         process.kill()
         process.wait()
