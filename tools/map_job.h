@@ -47,6 +47,9 @@ using MapObserver = std::function<void(const MapTask&, int, int)>;
 
 /// Maps all tasks with the model loaded once. A task that fails does not stop the others: its outcome says why, and its voxel file stands under the
 /// name that it had. What the library prints on standard output comes out on standard error.
+/// Results that another program has locked are refused, and so are targets that are write-protected, folders, the mesh file, or too large for the disk.
+/// Temporary files that ended runs left beside a target are removed. An in-place task whose result stands under its "_vox" name alone, after a run
+/// that was ended half-way, is mapped from there.
 /// Throws std::runtime_error when the mesh file cannot be used; nothing has been touched then.
 [[nodiscard]] std::vector<MapOutcome> runMapTasks(const std::string& meshFile, const std::vector<MapTask>& tasks, const MapOptions& options,
                                                   const MapObserver& observe);
