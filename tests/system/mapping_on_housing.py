@@ -5,6 +5,7 @@ usage: mapping_on_housing.py TAV3D [unittest arguments]
 
 import shutil
 
+import h5py
 import numpy
 import scene
 from mapping_by_numpy import Model
@@ -19,13 +20,14 @@ class MappingOnHousing(Scene):
         cls.reference = Model(read_zone(cls.mesh, "Voxel"), read_zone(cls.mesh, "CutCell"))
         cls.voxel_results = {kind: read_result(cls.model / f"part{kind}") for kind in KINDS}
 
-    def check_file(self, target, voxel, expected):
+    def check_file(self, target, voxel, expected, reference=None):
         """All bits of all items, their order, their extremes, the ID maps and the rest of the description."""
         result = read_result(target)
+        reference = reference or self.reference
         self.assertEqual(result.zone, "CutCell")
         self.assertEqual([(i.number, i.type, i.name, i.unit) for i in result.items],
                          [(i.number, i.type, i.name, i.unit) for i in voxel.items])
-        self.assertEqual(result.node_counts[:2], [self.reference.voxel.node_total, self.reference.cut_cell.node_total])
+        self.assertEqual(result.node_counts[:2], [reference.voxel.node_total, reference.cut_cell.node_total])
         self.assertEqual((result.cooling, result.output_times, result.has_venting),
                          (voxel.cooling, voxel.output_times, voxel.has_venting))
         for item, want in zip(result.items, expected):
@@ -94,6 +96,36 @@ class MappingOnHousing(Scene):
 
     def test_mode_2_part_and_insert_together(self):
         self.check_run(2, 1)
+
+    def rough_model(self):
+        """The same nodes with surfaces that hang in tatters, and scaled. Few nodes of a kind are in reach of each other then, and insert
+        nodes are on no facet of the part: what seldom or never happens on a sound mesh."""
+        mesh = self.folder / "rough.krn"
+        shutil.copyfile(self.mesh, mesh)
+        generator = numpy.random.default_rng(5)
+        with h5py.File(mesh, "r+") as file:
+            base = file["Base"]
+            base["MeshFile/ScaleFactor"][" data"][0] = 0.9371
+            for zone, share in [("Voxel", 0.96), ("CutCell", 0.6)]:
+                flag = base[zone]["Surface/FacetData/Flag"][" data"]
+                flag[...] = numpy.where(generator.random(flag.shape) < share, 0, flag[:])
+            interface = base["Voxel/PartInsert/FacetData/IsInterface"][" data"]
+            interface[...] = numpy.where(generator.random(interface.shape) < 0.97, 0, interface[:])
+        return mesh, Model(read_zone(mesh, "Voxel"), read_zone(mesh, "CutCell"))
+
+    def test_rough_surfaces(self):
+        mesh, reference = self.rough_model()
+        marks, nearest = reference._search(False)
+        self.assertTrue((nearest == 0).any(), "every kind has ten voxel nodes in reach")
+        self.assertTrue((reference._search(True)[0].region == 2).any())
+        for mode, insert_mode, smooth in [(1, 0, True), (1, 1, True), (2, 0, False), (2, 1, False)]:
+            for kind in (".q7f", ".q7c"):
+                with self.subTest(mode=mode, part_insert_mode=insert_mode, kind=kind):
+                    target = self.folder / f"mapped{kind}"
+                    done("map", mesh, self.model / f"part{kind}", "--mode", mode, "--part-insert-mode", insert_mode,
+                         *(["--smooth"] if smooth else []), "-o", target)
+                    voxel = self.voxel_results[kind]
+                    self.check_file(target, voxel, reference.map(voxel, kind, mode, insert_mode, smooth), reference)
 
     def test_smoothing_is_left_out_in_modes_0_and_2(self):
         for mode in (0, 2):
