@@ -8,7 +8,8 @@ namespace tav3d::opensuite
 namespace
 {
 thread_local ItemObserver current;
-}
+thread_local long long completed = 0;
+} // namespace
 
 WatchItems::WatchItems(ItemObserver observer)
 {
@@ -24,6 +25,16 @@ void tellItemStored(int done, int total)
 {
     if (current)
         current(done, total);
+}
+
+long long completedResultFiles() noexcept
+{
+    return completed;
+}
+
+void countCompletedResultFile() noexcept
+{
+    ++completed;
 }
 
 } // namespace tav3d::opensuite

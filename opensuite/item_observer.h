@@ -1,6 +1,7 @@
 #pragma once
 
-// Watching a result file grow, for progress bars: the suite's interface has no such thing.
+// Watching a result file grow and be completed, for programs that show progress and must know what became of a file that another object
+// writes: the suite's interface has no such thing.
 
 #include <functional>
 
@@ -22,5 +23,11 @@ public:
 
 /// For writers: tells the observer of this thread, if there is one.
 void tellItemStored(int done, int total);
+
+/// How many result files the writers of this thread have completed so far: a caller that cannot see a writer's answer compares before and after.
+[[nodiscard]] long long completedResultFiles() noexcept;
+
+/// For writers: counts a file that stands complete under its name.
+void countCompletedResultFile() noexcept;
 
 } // namespace tav3d::opensuite

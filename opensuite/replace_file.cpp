@@ -1,7 +1,12 @@
 #include "replace_file.h"
 
 #include <atomic>
+#include <charconv>
+#include <cstdint>
+#include <string>
+#include <string_view>
 #include <system_error>
+#include <vector>
 
 #ifdef _WIN32
 #define WIN32_LEAN_AND_MEAN
@@ -9,6 +14,7 @@
 #else
 #include <cerrno>
 #include <fcntl.h>
+#include <signal.h>
 #include <unistd.h>
 #endif
 
@@ -30,6 +36,16 @@ unsigned long processNumber()
 [[noreturn]] void failWith(const char* what, const fs::path& from, const fs::path& to)
 {
     throw fs::filesystem_error(what, from, to, std::error_code(static_cast<int>(GetLastError()), std::system_category()));
+}
+
+bool runs(std::uint64_t process)
+{
+    const HANDLE handle = OpenProcess(SYNCHRONIZE, FALSE, static_cast<DWORD>(process));
+    if (handle == nullptr)
+        return GetLastError() != ERROR_INVALID_PARAMETER; // which tells that there is none of this number
+    const bool isEnded = WaitForSingleObject(handle, 0) == WAIT_OBJECT_0;
+    CloseHandle(handle);
+    return !isEnded;
 }
 
 void flushToDisk(const fs::path& file)
@@ -54,6 +70,11 @@ void moveOnto(const fs::path& finished, const fs::path& target)
 long processNumber()
 {
     return static_cast<long>(getpid());
+}
+
+bool runs(std::uint64_t process)
+{
+    return kill(static_cast<pid_t>(process), 0) == 0 || errno != ESRCH;
 }
 
 void flushToDisk(const fs::path& file)
@@ -84,6 +105,24 @@ void moveOnto(const fs::path& finished, const fs::path& target)
 
 #endif
 
+constexpr std::string_view mark = ".tmp-";
+
+/// The process whose temporary file for a target named `target` is named `name`, "part.q7f.tmp-4711-0"; 0 when it is no such name.
+std::uint64_t processOfTemporary(std::string_view name, std::string_view target)
+{
+    if (!name.starts_with(target) || !name.substr(target.size()).starts_with(mark))
+        return 0;
+    name.remove_prefix(target.size() + mark.size());
+    const char* const end = name.data() + name.size();
+    std::uint32_t process = 0;
+    const auto [dash, badProcess] = std::from_chars(name.data(), end, process);
+    if (badProcess != std::errc() || dash == end || *dash != '-' || process > 0x7fffffff)
+        return 0;
+    std::uint32_t counter = 0;
+    const auto [rest, badCounter] = std::from_chars(dash + 1, end, counter);
+    return badCounter == std::errc() && rest == end ? process : 0;
+}
+
 } // namespace
 
 fs::path temporaryNameBeside(const fs::path& target)
@@ -92,7 +131,7 @@ fs::path temporaryNameBeside(const fs::path& target)
     for (;;)
     {
         fs::path name = target;
-        name += ".tmp-" + std::to_string(processNumber()) + "-" + std::to_string(counter++);
+        name += std::string(mark) + std::to_string(processNumber()) + "-" + std::to_string(counter++);
         std::error_code ignored;
         if (!fs::exists(fs::symlink_status(name, ignored)))
             return name;
@@ -103,6 +142,25 @@ void replaceFile(const fs::path& finished, const fs::path& target)
 {
     flushToDisk(finished);
     moveOnto(finished, target);
+}
+
+int removeAbandonedTemporaries(const fs::path& target)
+{
+    const fs::path folder = target.has_parent_path() ? target.parent_path() : fs::path(".");
+    const std::string targetName = target.filename().string();
+    std::vector<fs::path> abandoned;
+    std::error_code error;
+    for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error))
+    {
+        std::error_code ignored;
+        const std::uint64_t process = processOfTemporary(entry->path().filename().string(), targetName);
+        if (process != 0 && fs::is_regular_file(entry->symlink_status(ignored)) && !runs(process))
+            abandoned.push_back(entry->path());
+    }
+    int removed = 0;
+    for (const fs::path& file : abandoned)
+        removed += fs::remove(file, error) ? 1 : 0;
+    return removed;
 }
 
 } // namespace tav3d::opensuite

@@ -14,4 +14,9 @@ namespace tav3d::opensuite
 /// complete. Throws std::filesystem::filesystem_error; both files are then as they were.
 void replaceFile(const std::filesystem::path& finished, const std::filesystem::path& target);
 
+/// Removes what ended processes left beside `target` while they were building it: files with names of temporaryNameBeside() whose process does not
+/// run on this machine any more. Those of running processes, this one included, stay. What cannot be removed stays silently.
+/// Returns how many were removed.
+int removeAbandonedTemporaries(const std::filesystem::path& target);
+
 } // namespace tav3d::opensuite

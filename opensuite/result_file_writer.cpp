@@ -279,6 +279,7 @@ void ResultFileWriter::finish()
         beginZone();
     writeDescription();
     file_.commit();
+    countCompletedResultFile();
 }
 
 void ResultFileWriter::addLines(const std::string& parent, const char* name, const std::vector<std::string>& lines)

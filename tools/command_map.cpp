@@ -6,7 +6,7 @@
 #include "map_job.h"
 #include "mapping_report_html.h"
 #include "mapping_report_json.h"
-#include "text_file.h"
+#include "target_file.h"
 
 #include <CLI/CLI.hpp>
 
@@ -67,7 +67,7 @@ void mapFiles(const Arguments& arguments)
         std::cout << mappingReportJson(facts->report());
     if (!arguments.report.empty())
     {
-        writeTextFile(arguments.report, mappingReportHtml(facts->report()));
+        writeTargetFile(arguments.report, [&](std::ostream& out) { out << mappingReportHtml(facts->report()); });
         std::cerr << "tav3d: report: " << arguments.report << '\n';
     }
     if (!allMapped)

@@ -5,7 +5,9 @@
 #include "TAV3DResultEngine.h"
 #include "Tav3dQ7XMapping_Voxel2CutCell.h"
 #include "console.h"
+#include "file_access.h"
 #include "opensuite/item_observer.h"
+#include "opensuite/replace_file.h"
 #include "resultmapping/driver_view.h"
 
 #include <array>
@@ -19,8 +21,21 @@ namespace fs = std::filesystem;
 namespace tav3d::tools
 {
 
+/// The model's mesh file and its node counts.
+struct MapSession::Mesh
+{
+    fs::path file;
+    int voxelNodes = 0;
+    int cutCellNodes = 0;
+};
+
 namespace
 {
+
+double secondsSince(std::chrono::steady_clock::time_point begin)
+{
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+}
 
 [[noreturn]] void fail(const fs::path& file, const std::string& reason)
 {
@@ -43,30 +58,19 @@ void checkExtension(const fs::path& file)
         fail(file, "extension '" + extension + "' is none of .q7f, .q7p, .q7c, .q7hc, .rsf, .rsc (case matters)");
 }
 
-double secondsSince(std::chrono::steady_clock::time_point begin)
+MapSession::Mesh checkedMesh(const std::string& meshFile)
 {
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
-}
-
-struct NodeCounts
-{
-    int voxel = 0;
-    int cutCell = 0;
-};
-
-NodeCounts nodeCountsOf(const std::string& meshFile)
-{
-    NodeCounts counts;
+    MapSession::Mesh mesh{meshFile};
     for (const bool voxel : {false, true})
     {
         KRNIO_Manipulator reader;
         if (reader.beginReading(meshFile.c_str(), nullptr, voxel ? 1 : 0) < 0)
             fail(meshFile, std::string("the ") + (voxel ? "voxel" : "cut-cell") + " mesh cannot be read");
-        (voxel ? counts.voxel : counts.cutCell) = reader.getNNode();
+        (voxel ? mesh.voxelNodes : mesh.cutCellNodes) = reader.getNNode();
         if (reader.getNNode() == 0)
             fail(meshFile, std::string("the ") + (voxel ? "voxel" : "cut-cell") + " mesh has no nodes");
     }
-    return counts;
+    return mesh;
 }
 
 /// The description of a result file; throws when it cannot be read.
@@ -74,6 +78,8 @@ CBinaryInform describe(const fs::path& file)
 {
     if (!fs::exists(file))
         fail(file, "no such file");
+    if (isLockedByAnotherProgram(file))
+        fail(file, "is in use by another program, which has locked it");
     CTAV3DResultReader_Manipulator reader;
     if (const int code = reader.BeginReading(file.string().c_str(), nullptr); code < 0)
     {
@@ -87,16 +93,25 @@ CBinaryInform describe(const fs::path& file)
 }
 
 /// A voxel result of this model, or a reason why it is not.
-void checkBelongsToModel(const fs::path& file, const CBinaryInform& inform, const NodeCounts& mesh)
+void checkBelongsToModel(const fs::path& file, const CBinaryInform& inform, const MapSession::Mesh& mesh)
 {
-    if (inform.m_nVoxelNode != mesh.voxel || inform.m_nCutCellNode != mesh.cutCell)
+    if (inform.m_nVoxelNode != mesh.voxelNodes || inform.m_nCutCellNode != mesh.cutCellNodes)
         fail(file, "belongs to another model: it was made for " + std::to_string(inform.m_nVoxelNode) + " voxel and " +
-                       std::to_string(inform.m_nCutCellNode) + " cut-cell nodes, the mesh file has " + std::to_string(mesh.voxel) +
-                       " and " + std::to_string(mesh.cutCell));
+                       std::to_string(inform.m_nCutCellNode) + " cut-cell nodes, the mesh file has " + std::to_string(mesh.voxelNodes) +
+                       " and " + std::to_string(mesh.cutCellNodes));
 }
 
-void checkTarget(const fs::path& target, const CBinaryInform& inform)
+/// The target can be made and there is room for it. What an earlier run that was ended left there of the same target goes away.
+void checkTarget(const fs::path& target, const CBinaryInform& inform, const MapSession::Mesh& mesh)
 {
+    std::error_code ignored;
+    if (fs::equivalent(target, mesh.file, ignored))
+        fail(target, "is the mesh file");
+    if (fs::is_directory(target, ignored))
+        fail(target, "is a folder");
+    if (isWriteProtected(target))
+        fail(target, "is write-protected; --output names another place for the mapped result");
+    opensuite::removeAbandonedTemporaries(target);
     CTAV3DResultWriter_Manipulator probe; // dropped without an end: the target stays as it is
     if (probe.BeginWriting(target.string().c_str(), nullptr, true) < 0)
         fail(target, "cannot be written");
@@ -105,11 +120,21 @@ void checkTarget(const fs::path& target, const CBinaryInform& inform)
     const auto nodes = static_cast<std::uintmax_t>(std::max(inform.m_nVoxelNode, inform.m_nCutCellNode));
     const std::uintmax_t needed = inform.m_ResultItem.size() * nodes * sizeof(float) + 256 * 1024;
     const fs::path folder = target.has_parent_path() ? target.parent_path() : fs::path(".");
-    std::error_code ignored;
     const fs::space_info space = fs::space(folder, ignored);
     if (!ignored && space.available < needed)
         fail(target,
              "not enough room on the disk: " + std::to_string(needed) + " bytes needed, " + std::to_string(space.available) + " available");
+}
+
+/// The voxel result can move to its "_vox" name: what stands there is an older voxel result, or nothing. (Removing a file would also remove an empty
+/// folder.)
+void checkWayAside(const fs::path& vox)
+{
+    std::error_code ignored;
+    if (fs::exists(fs::symlink_status(vox, ignored)) && fs::is_directory(vox, ignored))
+        fail(vox, "is a folder, and the voxel result is to take its name");
+    if (isWriteProtected(vox))
+        fail(vox, "is write-protected, and the voxel result is to take its name");
 }
 
 /// What one task has to start from.
@@ -122,7 +147,7 @@ struct Start
 };
 
 /// Finds the voxel data of a task. An in-place run that was interrupted, or is repeated, finds it under the "_vox" name.
-Start findStart(const MapTask& task, const NodeCounts& mesh)
+Start findStart(const MapTask& task, const MapSession::Mesh& mesh)
 {
     Start start;
     start.voxelFile = task.source;
@@ -131,12 +156,13 @@ Start findStart(const MapTask& task, const NodeCounts& mesh)
 
     if (task.inPlace() && !fs::exists(task.source) && fs::exists(vox))
     {
-        // An earlier run was interrupted between moving aside and completion: take that step back.
+        // An earlier run was interrupted between moving aside and completion: its second half is to be done.
         start.inform = describe(vox);
         checkBelongsToModel(vox, start.inform, mesh);
         if (start.inform.m_bOnCutCellMesh)
             fail(vox, "holds a result on the cut-cell mesh");
-        fs::rename(vox, task.source);
+        start.voxelFile = vox;
+        start.moveAside = false;
         start.note = "found under its _vox name after an interrupted run";
         return start;
     }
@@ -157,22 +183,6 @@ Start findStart(const MapTask& task, const NodeCounts& mesh)
     start.moveAside = false;
     start.note = "was mapped before; mapped again from " + vox.string();
     return start;
-}
-
-/// Why the file at `target` is not the mapped result of `source`; empty when it is.
-std::string whatIsWrongWith(const fs::path& target, const CBinaryInform& source)
-{
-    try
-    {
-        const CBinaryInform mapped = describe(target);
-        if (!mapped.m_bOnCutCellMesh || mapped.m_ResultItem.size() != source.m_ResultItem.size())
-            return target.string() + ": the mapped result could not be written";
-        return {};
-    }
-    catch (const std::exception& error)
-    {
-        return error.what();
-    }
 }
 
 bool isVoxelResult(const fs::path& file)
@@ -198,6 +208,15 @@ std::string reasonOf(int code)
     default:
         return "a file could not be opened or moved aside";
     }
+}
+
+/// Why the driver's call failed; empty when it did not. Its answer does not tell whether the target could be completed, and an older file may stand
+/// there, so the writers are asked whether they have completed one since they had completed `before`.
+std::string whatFailed(const MapTask& task, int code, long long before)
+{
+    if (code == 1)
+        return opensuite::completedResultFiles() > before ? "" : task.target.string() + ": the mapped result could not be written";
+    return task.source.string() + ": " + reasonOf(code);
 }
 
 } // namespace
@@ -236,9 +255,7 @@ MapSession::MapSession(const std::string& meshFile, const MapOptions& options)
 {
     const StandardOutputToStandardError redirected;
     const auto begin = std::chrono::steady_clock::now();
-    const NodeCounts mesh = nodeCountsOf(meshFile);
-    voxelNodeTotal_ = mesh.voxel;
-    cutCellNodeTotal_ = mesh.cutCell;
+    mesh_ = std::make_unique<Mesh>(checkedMesh(meshFile));
     driver_ = std::make_unique<CTav3dQ7XMapping_Voxel2CutCell>();
     driver_->DebugControl(0, options.tecplot ? 1 : 0);
     driver_->SetParameters(meshFile.c_str(), options.mode, options.partInsertMode);
@@ -274,12 +291,14 @@ MapOutcome MapSession::run(const MapTask& task, const MapObserver& observe)
 void MapSession::mapFile(const MapObserver& observe, MapOutcome& outcome)
 {
     const MapTask& task = outcome.task;
-    const NodeCounts mesh{voxelNodeTotal_, cutCellNodeTotal_};
     checkExtension(task.source);
-    Start start = findStart(task, mesh);
+    Start start = findStart(task, *mesh_);
     outcome.voxelFile = start.voxelFile;
     outcome.note = start.note;
-    checkTarget(task.target, start.inform);
+    if (start.moveAside)
+        checkWayAside(voxPathOf(task.source));
+    checkTarget(task.target, start.inform, *mesh_);
+    const long long completedBefore = opensuite::completedResultFiles();
 
     const opensuite::WatchItems watch(
         [&](int done, int total)
@@ -291,30 +310,25 @@ void MapSession::mapFile(const MapObserver& observe, MapOutcome& outcome)
     std::string target = task.target.string();
     driver_->Setfillingtime(options_.fillingTime.value_or(start.inform.m_dFillingTime));
     const int smooth = options_.smooth ? 1 : 0;
-    if (!start.moveAside)
-    {
-        const int code = driver_->Voxel2CutCellResult(voxelFile, target, smooth);
-        outcome.failure = code != 1 ? task.source.string() + ": " + reasonOf(code) : whatIsWrongWith(task.target, start.inform);
-        return;
-    }
-
-    const fs::path vox = voxPathOf(task.source);
-    std::string failure;
     try
     {
-        const int code = driver_->Voxel2CutCellResult(target, smooth);
-        failure = code != 1 ? task.source.string() + ": " + reasonOf(code) : whatIsWrongWith(task.target, start.inform);
+        const int code =
+            start.moveAside ? driver_->Voxel2CutCellResult(target, smooth) : driver_->Voxel2CutCellResult(voxelFile, target, smooth);
+        outcome.failure = whatFailed(task, code, completedBefore);
     }
     catch (const std::exception& error)
     {
-        failure = task.source.string() + ": " + error.what();
+        outcome.failure = task.source.string() + ": " + error.what();
     }
-    if (failure.empty())
+    if (!start.moveAside)
+        return;
+
+    const fs::path vox = voxPathOf(task.source);
+    if (outcome.failure.empty())
     {
         outcome.voxelFile = vox;
         return;
     }
-    outcome.failure = failure;
     if (isVoxelResult(task.source) || !isVoxelResult(vox))
         return; // the driver has not moved it
     std::error_code notMoved;

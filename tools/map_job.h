@@ -54,6 +54,8 @@ using MapObserver = std::function<void(int, int)>;
 class MapSession
 {
 public:
+    struct Mesh;
+
     /// Loads both meshes. Throws std::runtime_error when the mesh file cannot be used.
     MapSession(const std::string& meshFile, const MapOptions& options);
     ~MapSession();
@@ -62,6 +64,9 @@ public:
 
     /// Maps one file. Throws nothing that the file is to blame for: the outcome says why a task failed, and its voxel file then stands under the name
     /// that it had. `observe` may be empty.
+    /// Results that another program has locked are refused, and so are targets that are write-protected, folders, the mesh file, or too large for the
+    /// disk. Temporary files that ended runs left beside a target are removed. An in-place task whose result stands under its "_vox" name alone, after a
+    /// run that was ended half-way, is mapped from there.
     [[nodiscard]] MapOutcome run(const MapTask& task, const MapObserver& observe);
 
     /// The loaded model, to tell how values came about.
@@ -73,8 +78,7 @@ private:
     void mapFile(const MapObserver& observe, MapOutcome& outcome);
 
     MapOptions options_;
-    int voxelNodeTotal_ = 0;
-    int cutCellNodeTotal_ = 0;
+    std::unique_ptr<Mesh> mesh_;
     double secondsOfLoading_ = 0.0;
     std::unique_ptr<CTav3dQ7XMapping_Voxel2CutCell> driver_;
 };

@@ -68,4 +68,15 @@ void writeTargetFile(const std::string& target, const std::function<void(std::os
     }
 }
 
+void checkCanWrite(const std::string& target)
+{
+    std::error_code ignored;
+    if (fs::is_directory(target, ignored))
+        throw FileError(FileFailure::CannotWrite, target, "", "is a folder");
+    const Unfinished trial(opensuite::temporaryNameBeside(target));
+    errno = 0;
+    if (!std::ofstream(trial.path()).is_open())
+        throw FileError(FileFailure::CannotWrite, target, "", std::string("cannot be written: ") + std::strerror(errno));
+}
+
 } // namespace tav3d::tools

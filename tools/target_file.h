@@ -13,4 +13,7 @@ namespace tav3d::tools
 /// nothing is left behind and `target` is as it was. Throws opensuite::FileError, CannotWrite, and what `write` throws.
 void writeTargetFile(const std::string& target, const std::function<void(std::ostream&)>& write);
 
+/// Throws opensuite::FileError, CannotWrite, when nothing can be written at `target`. What stands there stays as it is.
+void checkCanWrite(const std::string& target);
+
 } // namespace tav3d::tools

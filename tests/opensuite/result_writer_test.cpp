@@ -1,3 +1,4 @@
+#include "opensuite/item_observer.h"
 #include "result_samples.h"
 #include "support/scratch_folder.h"
 
@@ -26,6 +27,7 @@ protected:
         writer.EndWriting();
         EXPECT_EQ(readBytes(target), "the old content");
         EXPECT_EQ(folder.entries(), 1) << "no temporary file is left";
+        EXPECT_EQ(tav3d::opensuite::completedResultFiles(), completedBefore);
     }
 
     /// Expects a code and one line that names the target and holds `parts`.
@@ -44,6 +46,7 @@ protected:
 
     ScratchFolder folder;
     std::string target = folder.file("a.q7f");
+    long long completedBefore = tav3d::opensuite::completedResultFiles();
     CTAV3DResultWriter_Manipulator writer;
     CBinaryInform d = sampleDescription();
     Values values = sampleValues();
@@ -196,6 +199,14 @@ TEST(ResultWriter, dropped_writer_leaves_the_target_alone)
     }
     EXPECT_TRUE(readBytes(folder.file("a.q7f")) == before);
     EXPECT_EQ(folder.entries(), 1);
+}
+
+TEST(ResultWriter, completed_file_is_counted_once)
+{
+    const ScratchFolder folder;
+    const long long before = tav3d::opensuite::completedResultFiles();
+    ASSERT_EQ(writeSampleResult(folder.file("a.q7f")), 0); // its destructor ends a second time
+    EXPECT_EQ(tav3d::opensuite::completedResultFiles(), before + 1);
 }
 
 TEST(ResultWriter, target_that_cannot_be_written_is_told_at_once)

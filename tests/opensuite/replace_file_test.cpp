@@ -1,0 +1,104 @@
+#include "opensuite/replace_file.h"
+
+#include "support/scratch_folder.h"
+
+#include <gtest/gtest.h>
+
+#include <set>
+#include <string>
+#include <vector>
+
+#ifdef _WIN32
+#include <process.h>
+#else
+#include <unistd.h>
+#endif
+
+using namespace tav3d::opensuite;
+using namespace tav3d::test;
+
+namespace
+{
+
+#ifdef _WIN32
+const std::string running = "4"; // the system
+const std::string own = std::to_string(_getpid());
+#else
+const std::string running = std::to_string(getppid());
+const std::string own = std::to_string(getpid());
+#endif
+const std::string ended = "2147483647"; // beyond what systems count to
+
+std::set<std::string> namesIn(const ScratchFolder& folder)
+{
+    std::set<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(folder.path()))
+        names.insert(entry.path().filename().string());
+    return names;
+}
+
+} // namespace
+
+TEST(ReplaceFile, finished_file_takes_the_place_of_the_target)
+{
+    const ScratchFolder folder;
+    writeBytes(folder.file("part.q7f"), "old");
+    const std::filesystem::path temporary = temporaryNameBeside(folder.file("part.q7f"));
+    writeBytes(temporary.string(), "new");
+    EXPECT_NE(temporaryNameBeside(folder.file("part.q7f")), temporary);
+
+    replaceFile(temporary, folder.file("part.q7f"));
+    EXPECT_EQ(readBytes(folder.file("part.q7f")), "new");
+    EXPECT_EQ(folder.entries(), 1);
+}
+
+TEST(ReplaceFile, missing_finished_file_is_an_error_and_leaves_the_target)
+{
+    const ScratchFolder folder;
+    writeBytes(folder.file("part.q7f"), "old");
+    EXPECT_THROW(replaceFile(folder.file("missing"), folder.file("part.q7f")), std::filesystem::filesystem_error);
+    EXPECT_EQ(readBytes(folder.file("part.q7f")), "old");
+}
+
+TEST(AbandonedTemporaries, those_of_ended_processes_go_and_all_others_stay)
+{
+    const ScratchFolder folder;
+    const std::string base = "part.q7f.tmp-";
+    const std::set<std::string> goes{base + ended + "-0", base + ended + "-12"};
+    const std::set<std::string> stays{"part.q7f",
+                                      base + running + "-0",
+                                      base + own + "-0",
+                                      "part_vox.q7f.tmp-" + ended + "-0",
+                                      "xpart.q7f.tmp-" + ended + "-0",
+                                      base + ended,
+                                      base + ended + "-",
+                                      base + ended + "-1x",
+                                      base + "-1",
+                                      base + "0-0",
+                                      base + "99999999999999999999-0",
+                                      base + "4294967295-0"};
+    for (const auto* names : {&goes, &stays})
+        for (const std::string& name : *names)
+            writeBytes(folder.file(name), "content");
+
+    EXPECT_EQ(removeAbandonedTemporaries(folder.file("part.q7f")), 2);
+    EXPECT_EQ(namesIn(folder), stays);
+    EXPECT_EQ(removeAbandonedTemporaries(folder.file("part.q7f")), 0);
+}
+
+TEST(AbandonedTemporaries, folders_and_links_are_not_touched)
+{
+    const ScratchFolder folder;
+    writeBytes(folder.file("precious"), "content");
+    std::filesystem::create_directory(folder.file("part.q7f.tmp-" + ended + "-0"));
+    std::filesystem::create_symlink(folder.file("precious"), folder.file("part.q7f.tmp-" + ended + "-1"));
+    EXPECT_EQ(removeAbandonedTemporaries(folder.file("part.q7f")), 0);
+    EXPECT_EQ(folder.entries(), 3);
+}
+
+TEST(AbandonedTemporaries, folder_that_is_missing_holds_none)
+{
+    const ScratchFolder folder;
+    EXPECT_EQ(removeAbandonedTemporaries(folder.file("missing/part.q7f")), 0);
+    EXPECT_EQ(removeAbandonedTemporaries("no-such-part.q7f"), 0);
+}
