@@ -137,7 +137,8 @@ class KilledRuns(Scene):
             return vox(self.file).exists() and self.file.exists()
 
         self.kill_at_stage(complete, COMPLETE, waits=True)
-        self.assertEqual((names(other), digest(other / "part.q7f")), (["part.q7f"], self.voxel_data))
+        kept = [file for file in (other / "part.q7f", other / "part_vox.q7f") if file.exists() and digest(file) == self.voxel_data]
+        self.assertEqual(len(kept), 1, names(other))
 
     def test_at_any_moment(self):
         moments = random.Random(20).sample(range(1, 1001), MOMENTS)

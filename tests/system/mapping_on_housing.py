@@ -97,7 +97,7 @@ class MappingOnHousing(Scene):
     def test_mode_2_part_and_insert_together(self):
         self.check_run(2, 1)
 
-    def rough_model(self):
+    def rough_model(self, torn_insert):
         """The same nodes with surfaces that hang in tatters, and scaled. Few nodes of a kind are in reach of each other then, and insert
         nodes are on no facet of the part: what seldom or never happens on a sound mesh."""
         mesh = self.folder / "rough.krn"
@@ -110,15 +110,11 @@ class MappingOnHousing(Scene):
                 flag = base[zone]["Surface/FacetData/Flag"][" data"]
                 flag[...] = numpy.where(generator.random(flag.shape) < share, 0, flag[:])
             interface = base["Voxel/PartInsert/FacetData/IsInterface"][" data"]
-            interface[...] = numpy.where(generator.random(interface.shape) < 0.97, 0, interface[:])
+            interface[...] = numpy.where(generator.random(interface.shape) < torn_insert, 0, interface[:])
         return mesh, Model(read_zone(mesh, "Voxel"), read_zone(mesh, "CutCell"))
 
-    def test_rough_surfaces(self):
-        mesh, reference = self.rough_model()
-        marks, nearest = reference._search(False)
-        self.assertTrue((nearest == 0).any(), "every kind has ten voxel nodes in reach")
-        self.assertTrue((reference._search(True)[0].region == 2).any())
-        for mode, insert_mode, smooth in [(1, 0, True), (1, 1, True), (2, 0, False), (2, 1, False)]:
+    def check_rough(self, mesh, reference, runs):
+        for mode, insert_mode, smooth in runs:
             for kind in (".q7f", ".q7c"):
                 with self.subTest(mode=mode, part_insert_mode=insert_mode, kind=kind):
                     target = self.folder / f"mapped{kind}"
@@ -126,6 +122,16 @@ class MappingOnHousing(Scene):
                          *(["--smooth"] if smooth else []), "-o", target)
                     voxel = self.voxel_results[kind]
                     self.check_file(target, voxel, reference.map(voxel, kind, mode, insert_mode, smooth), reference)
+
+    def test_rough_surfaces_with_hardly_any_insert(self):
+        mesh, reference = self.rough_model(0.97)
+        self.assertTrue((reference._search(False)[1] == 0).any(), "every kind has ten voxel nodes in reach")
+        self.check_rough(mesh, reference, [(1, 0, True), (2, 1, False)])
+
+    def test_rough_surfaces_with_half_an_insert(self):
+        mesh, reference = self.rough_model(0.5)
+        self.assertTrue((reference._search(True)[0].region == 2).any())
+        self.check_rough(mesh, reference, [(1, 0, True), (1, 1, True), (2, 1, False)])
 
     def test_smoothing_is_left_out_in_modes_0_and_2(self):
         for mode in (0, 2):
