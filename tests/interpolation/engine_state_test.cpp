@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <limits>
 #include <memory>
+#include <new>
 #include <type_traits>
 
 using meshes::Mesh;
@@ -256,6 +257,18 @@ TEST(DataPoints, announced_points_start_at_zero_in_no_cell)
     EXPECT_EQ(engine.m_pDataCell[1], 0);
 }
 
+TEST(DataPoints, set_that_no_memory_is_there_for_leaves_the_one_before)
+{
+    CSolInterpolation engine;
+    engine.SetNDataPoint(2);
+    engine.m_pDataCell[2] = 7;
+    EXPECT_THROW(engine.SetNDataPoint(-2), std::bad_alloc); // more than any memory
+    EXPECT_EQ(engine.m_nDataPoint, 2);
+    EXPECT_EQ(engine.m_pDataCell[2], 7);
+    EXPECT_EQ(printed([&] { EXPECT_EQ(engine.SetDataPoint(3, 0, 0, 0), 0); }), invalidNumber) << "still beyond the two points";
+    engine.CleanDataPoint();
+}
+
 // DELIBERATE invalid-number-returns
 TEST(DataPoints, invalid_numbers_are_reported_and_the_program_goes_on)
 {
@@ -296,8 +309,12 @@ TEST(DataPoints, bounds_of_a_cell_box_belong_to_it)
     EXPECT_TRUE(engine.IsPointInCellBox(1, 0, 0, 0));
     EXPECT_TRUE(engine.IsPointInCellBox(1, 1, 1, 1));
     EXPECT_TRUE(engine.IsPointInCellBox(1, 1, 0.5, 0));
-    EXPECT_FALSE(engine.IsPointInCellBox(1, 1 + 1e-12, 0.5, 0.5));
-    EXPECT_FALSE(engine.IsPointInCellBox(1, 0.5, -1e-12, 0.5));
+    for (const double outside : {-1e-12, 1 + 1e-12})
+    {
+        EXPECT_FALSE(engine.IsPointInCellBox(1, outside, 0.5, 0.5));
+        EXPECT_FALSE(engine.IsPointInCellBox(1, 0.5, outside, 0.5));
+        EXPECT_FALSE(engine.IsPointInCellBox(1, 0.5, 0.5, outside));
+    }
     EXPECT_FALSE(engine.IsPointInCellBox(1, 0.5, 0.5, notANumber));
     EXPECT_FALSE(engine.IsPointInCellBox(2, 0.5, 0.5, 0.5)) << "above the number of cells";
 }
