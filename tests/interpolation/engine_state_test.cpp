@@ -1,7 +1,7 @@
 #include "interpolation/sol_interpolation.h"
 
 #include "Tav3dInterpolation.h"
-#include "meshes.h"
+#include "engine_calls.h"
 
 #include <gtest/gtest.h>
 
@@ -13,6 +13,8 @@
 
 using meshes::Mesh;
 using meshes::Points;
+using meshes::printed;
+using meshes::setMesh;
 
 namespace
 {
@@ -23,23 +25,6 @@ constexpr const char* invalidNumber = "The input NodeID is invalid, now exit!!\n
 static_assert(sizeof(CTav3dInterpolation) == sizeof(void*));
 static_assert(std::has_virtual_destructor_v<CSolInterpolation>);
 static_assert(std::is_copy_constructible_v<CTav3dInterpolation>, "the compiler's own, shallow like the assignment");
-
-/// CTav3dInterpolation or CSolInterpolation with a mesh whose largest coordinates are `size`.
-template <class Engine>
-void setMesh(Engine& engine, Mesh& mesh, bool reduce = false)
-{
-    engine.SetBaseData(mesh.node.count(), mesh.cell.count(), mesh.node.x.data(), mesh.node.y.data(), mesh.node.z.data(),
-                       mesh.centre.x.data(), mesh.centre.y.data(), mesh.centre.z.data(), mesh.cell.data(), reduce);
-}
-
-/// What standard output receives during `action`.
-template <class Action>
-std::string printed(Action action)
-{
-    ::testing::internal::CaptureStdout();
-    action();
-    return ::testing::internal::GetCapturedStdout();
-}
 
 } // namespace
 

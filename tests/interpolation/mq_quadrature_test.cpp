@@ -1,9 +1,9 @@
 #include "interpolation/mq_quadrature.h"
 
 #include "Tav3dInterpolation.h"
+#include "engine_calls.h"
 #include "interpolation/dense_lu.h"
 #include "interpolation/sol_interpolation.h"
-#include "meshes.h"
 
 #include <gtest/gtest.h>
 
@@ -15,6 +15,8 @@
 
 using meshes::Mesh;
 using meshes::Points;
+using meshes::sort;
+using meshes::sortCentre;
 using Weights = std::array<std::vector<double>, 3>;
 
 namespace
@@ -106,19 +108,6 @@ std::vector<long double> textbookWeights(const Points& p, long double c, int axi
     for (std::size_t k = 0; k < n; ++k)
         w[column[k]] = a[k][n] / a[k][k];
     return w;
-}
-
-void sort(CSolInterpolation& engine, Mesh& mesh, Points& data)
-{
-    engine.SetSorting(mesh.node.count(), mesh.cell.count(), mesh.node.x.data(), mesh.node.y.data(), mesh.node.z.data(), mesh.cell.data(),
-                      data.count(), data.x.data(), data.y.data(), data.z.data());
-}
-
-void sortCentre(CSolInterpolation& engine, Mesh& mesh, Points& data)
-{
-    engine.SetSortingCenter(mesh.node.count(), mesh.cell.count(), mesh.node.x.data(), mesh.node.y.data(), mesh.node.z.data(),
-                            mesh.cell.data(), mesh.centre.x.data(), mesh.centre.y.data(), mesh.centre.z.data(), data.count(), data.x.data(),
-                            data.y.data(), data.z.data());
 }
 
 /// Points inside the mesh, off the surface layer.
