@@ -262,20 +262,24 @@ TEST(MqWeights, agree_bit_for_bit_with_the_steps_written_out)
             (((p.x[i] - p.x[j]) * (p.x[i] - p.x[j]) + (p.y[i] - p.y[j]) * (p.y[i] - p.y[j])) + (p.z[i] - p.z[j]) * (p.z[i] - p.z[j])) +
             c * c);
     };
-    NRVec<int> indx(n);
-    NRVec<double> b(n);
     for (int i = 0; i < n; ++i)
-    {
         for (int j = 0; j < n; ++j)
             a[i][j] = r(static_cast<std::size_t>(i) + 1, static_cast<std::size_t>(j) + 1);
-        b[i] = (p.y[1] - p.y[static_cast<std::size_t>(i) + 1]) / r(1, static_cast<std::size_t>(i) + 1);
-    }
+    NRVec<int> indx(n);
+    NRVec<double> b(n);
     double d = 0;
     ludcmp(a, indx, d);
-    lubksb(a, indx, b);
     const Weights w = weightsOf(p, c);
-    for (int i = 0; i < n; ++i)
-        EXPECT_EQ(w[1][static_cast<std::size_t>(i) + 1], b[i]);
+    const std::vector<double>* const coordinate[] = {&p.x, &p.y, &p.z};
+    for (std::size_t axis = 0; axis < 3; ++axis)
+    {
+        const std::vector<double>& x = *coordinate[axis];
+        for (int i = 0; i < n; ++i)
+            b[i] = (x[1] - x[static_cast<std::size_t>(i) + 1]) / r(1, static_cast<std::size_t>(i) + 1);
+        lubksb(a, indx, b);
+        for (int i = 0; i < n; ++i)
+            EXPECT_EQ(w[axis][static_cast<std::size_t>(i) + 1], b[i]) << "axis " << axis;
+    }
 }
 
 TEST(MqWeights, coincident_points_go_through)
