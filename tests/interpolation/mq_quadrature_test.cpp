@@ -370,6 +370,26 @@ TEST(MqFit, ties_take_the_largest_shape_parameter)
     EXPECT_EQ(fit.derivative[0], 0.0);
 }
 
+TEST(MqFit, defect_takes_over_when_it_is_less_than_the_slack_worse)
+{
+    using tav3d::interpolation::takesOver;
+    EXPECT_TRUE(takesOver(0.25, 0.5));
+    EXPECT_TRUE(takesOver(0.0, 0.0));
+    EXPECT_TRUE(takesOver(0.9e-10, 0.0));
+    EXPECT_FALSE(takesOver(1.0e-10, 0.0));
+    EXPECT_TRUE(takesOver(1.0e8, 1.0e8)) << "a tie, also where the slack is lost beside the defect";
+    EXPECT_FALSE(takesOver(std::numeric_limits<double>::quiet_NaN(), 0.5));
+}
+
+TEST(MqFit, defect_beyond_the_start_never_qualifies)
+{
+    using tav3d::interpolation::noDefect;
+    using tav3d::interpolation::takesOver;
+    EXPECT_TRUE(takesOver(1.0e10, noDefect)) << "the difference is 0";
+    EXPECT_FALSE(takesOver(std::nextafter(1.0e10, 2.0e10), noDefect));
+    EXPECT_FALSE(takesOver(std::numeric_limits<double>::infinity(), noDefect));
+}
+
 // DELIBERATE fit-keeps-presets
 TEST(MqFit, outputs_keep_their_presets_when_no_parameter_qualifies)
 {
