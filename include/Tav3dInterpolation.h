@@ -106,7 +106,8 @@ public:
 
     // ---- Fields on nodes ----
 
-    /// Makes room for fields 0..count; earlier fields are forgotten.
+    /// Makes room for fields 0..count; earlier fields are forgotten. The number of loaded fields, which GetCellData and its like compare
+    /// with, stays.
     void SetNPhiValue(int count);
 
     /// Takes over a field of nodeCount+1 floats as field `number` (0..count, not checked).
@@ -119,7 +120,9 @@ public:
     // ---- Values at points, by the shape functions of the cell that holds the point ----
     //
     // A point without a cell (cell number outside 1..cellCount) leaves `value` as it was; each of the five GetPhiValue operations reports
-    // this once in the life of the process. A point outside its cell gets an extrapolated value.
+    // this once in the life of the process. A point outside its cell gets an extrapolated value. Rows of other than 4, 5, 6 or 8 nodes
+    // (faces: 3 or 4) have no shape functions: NaN, and 0 for an empty row. Shape functions: O. C. Zienkiewicz, R. L. Taylor, The Finite
+    // Element Method, vol. 1, ch. 8.
     //
     // Where `cellValues` (cellCount+1 entries) are evaluated, each node of the cell gets the mean of the cells around it, weighted by
     // cellWeight. If any cell around the node has weight exactly 0.0, only such cells count, each weighted by the length of its kind
@@ -154,13 +157,14 @@ public:
     void GetFaceData(int field, int count, int** rows, double* x, double* y, double* z, double* values);
 
     /// Writes nodes, fields 1, 2, 3 and 0 (as U, V, W, P) and the cells rows[1..cellCount] to the Tecplot file "30.plt" in the working
-    /// directory. Failure to create the file is not reported.
+    /// directory, over an earlier one. The fields 0 to 3 must be there. A row of 4, 5, 6 or 8 nodes is written as eight numbers, others not
+    /// at all. Failure to create the file is not reported.
     void WriteQ7XData(int cellCount, int** rows);
 
     // ---- Nearest point ----
 
     /// The nearest cell centre, *counting from 0* (cell number minus one; SetDataPoint counts from 1); -1 when none lies within about 9.77
-    /// length units per axis.
+    /// length units per axis, or a coordinate is not a number.
     int SearchNearestPointIndex(double x, double y, double z);
 
     /// The same; `distance` receives the *squared* distance, -1.0 when there is no such point.
@@ -190,10 +194,13 @@ public:
 
     // ---- Multiquadric differential quadrature ----
     //
+    // R. L. Hardy, J. Geophys. Res. 76 (1971) 1905-1915; C. Shu, H. Ding, K. S. Yeo, Comput. Methods Appl. Mech. Engrg. 192 (2003) 941-954.
+    //
     // A stencil is n points, 1..n. A matrix row of exact zeros (coordinates that are not numbers) ends the *process* with exit status 1.
+    // Coincident points give huge or meaningless results, and no message.
 
     /// Weights wx, wy, wz (n+1 entries, [1..n] written): sum w[i] f(point i) estimates the x, y, z derivative of f at point 1, exactly so
-    /// for the multiquadrics sqrt(r^2 + c^2) centred at the stencil's points. Uses no engine data.
+    /// for the multiquadrics sqrt(r^2 + c^2) centred at the stencil's points. c is a length and is only read. Uses no engine data.
     void LMQDQ_Wighting(double* x, double* y, double* z, int n, double& c, double* wx, double* wy, double* wz);
 
     /// Derivatives dx, dy, dz at point 1 of the field phi[1..n], and the weights of point n in them. Of the shape parameters 1.0, 1.1, ...

@@ -105,8 +105,8 @@ void CTav3dInterpolation::SetInterGeometry(int** nodeCell, int** cellKind, doubl
 
 void CTav3dInterpolation::SetNPhiValue(int count)
 {
-    m_pSolInterpolation->m_nPhiValue = count;
     m_pSolInterpolation->AllocateFieldTable(count + 1);
+    m_pSolInterpolation->m_nPhiValue = count;
 }
 
 void CTav3dInterpolation::SetPhiValue(int number, float* field)

@@ -22,8 +22,7 @@ namespace
 constexpr double firstShape = 1.0;
 constexpr double shapeStep = 0.1;
 constexpr double lastShape = 3.0;
-constexpr double noDefect = 1.0e10;     // no trial so far; defects from here on do not qualify
-constexpr double defectSlack = 1.0e-10; // a trial this much worse than the best still replaces it
+constexpr double defectSlack = 1.0e-10; // a trial less than this much worse than the best still replaces it
 constexpr double weightGuard = 1.0e-30;
 
 /// Multiquadric distance of points i and j.
@@ -105,6 +104,13 @@ void derivativeWeights(const Stencil& stencil, double c, const AxisWeights& weig
     }
 }
 
+bool takesOver(double defect, double best) noexcept
+{
+    // DELIBERATE shape-near-tie-takes-later: on ties and near-ties the larger parameter wins, and `best` may creep upward.
+    // Written as a difference because it rounds differently from `defect < best + slack`.
+    return defect - best < defectSlack;
+}
+
 void fitDerivatives(const Stencil& stencil, std::span<const double> phi, DerivativeFit& fit)
 {
     const std::size_t n = stencil.x.size();
@@ -127,10 +133,7 @@ void fitDerivatives(const Stencil& stencil, std::span<const double> phi, Derivat
                 derivative += phi[i] * w[axis][i];
             }
             const double defect = std::abs(sum);
-
-            // DELIBERATE shape-near-tie-takes-later: on ties and near-ties the larger parameter wins, and `best` may creep upward.
-            // Written as a difference because it rounds differently from `defect < best + slack`. A NaN never qualifies.
-            if (defect - best[axis] < defectSlack)
+            if (takesOver(defect, best[axis]))
             {
                 best[axis] = defect;
                 fit.derivative[axis] = derivative;

@@ -32,6 +32,12 @@ struct DerivativeFit
     std::array<double, 3> lastWeight{};
 };
 
+/// Distance from zero of a stencil's weight sum before any shape parameter was tried. Larger ones never qualify.
+inline constexpr double noDefect = 1.0e10;
+
+/// Whether a shape parameter with this defect takes the place of the best one so far: when it is less than 1e-10 worse. Never with NaN.
+[[nodiscard]] bool takesOver(double defect, double best) noexcept;
+
 /// Fits with every shape parameter and keeps, per axis, the result of the one whose weights sum nearest to zero. What no parameter
 /// qualifies for stays in `fit` as it was.
 void fitDerivatives(const Stencil& stencil, std::span<const double> phi, DerivativeFit& fit);

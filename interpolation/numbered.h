@@ -1,6 +1,8 @@
 #pragma once
 
-// Views of host arrays whose items are numbered from 1.
+// Views of host arrays whose items are numbered from 1: what the engine uses of common/, points, and runs that start at 0.
+
+#include "common/numbered_span.h"
 
 #include <cassert>
 #include <cstddef>
@@ -9,29 +11,8 @@
 namespace tav3d::interpolation
 {
 
-/// Non-owning view of items 1..n of an array; entry 0 exists but carries nothing.
-template <class T>
-class NumberedSpan
-{
-public:
-    constexpr NumberedSpan(T* base, int n) noexcept
-        : base_(base)
-        , n_(n)
-    {
-    }
-
-    [[nodiscard]] constexpr T& operator[](int number) const noexcept
-    {
-        assert(number >= 1 && number <= n_);
-        return base_[number];
-    }
-
-    [[nodiscard]] constexpr int count() const noexcept { return n_; }
-
-private:
-    T* base_; // borrowed
-    int n_;
-};
+using common::listItems;
+using common::NumberedSpan;
 
 struct Point
 {
@@ -66,12 +47,6 @@ private:
     const double* z_;
     int n_;
 };
-
-/// Items of a counted list: row[0] is the count k, row[1..k] the items.
-[[nodiscard]] inline std::span<const int> listItems(const int* row) noexcept
-{
-    return row[0] > 0 ? std::span<const int>(row + 1, static_cast<std::size_t>(row[0])) : std::span<const int>();
-}
 
 /// Entries 1..n of an array as a run that starts at position 0; empty (and the pointer not looked at) for n < 1.
 template <class T>

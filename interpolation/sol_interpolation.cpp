@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <iostream>
+#include <utility>
 
 using namespace tav3d::interpolation;
 
@@ -23,6 +24,14 @@ void releaseArray(T*& array, std::unique_ptr<T[]>& storage)
         delete[] array;
     storage.reset();
     array = nullptr;
+}
+
+/// Puts an array into the engine's storage, in place of an earlier one, and returns its address.
+template <class T>
+T* keep(std::unique_ptr<T[]>& storage, std::unique_ptr<T[]> array)
+{
+    storage = std::move(array);
+    return storage.get();
 }
 
 } // namespace
@@ -77,16 +86,17 @@ void CSolInterpolation::SetBaseData_PartitionCell(int pointCount, double* x, dou
 
 void CSolInterpolation::SetNDataPoint(int count)
 {
-    m_nDataPoint = count;
+    // All four first: without memory for one of them the engine stays as it was.
     const std::size_t size = static_cast<std::size_t>(count) + 1;
-    m_Storage.dataX = std::make_unique<double[]>(size);
-    m_Storage.dataY = std::make_unique<double[]>(size);
-    m_Storage.dataZ = std::make_unique<double[]>(size);
-    m_Storage.dataCell = std::make_unique<int[]>(size);
-    m_pDataX = m_Storage.dataX.get();
-    m_pDataY = m_Storage.dataY.get();
-    m_pDataZ = m_Storage.dataZ.get();
-    m_pDataCell = m_Storage.dataCell.get();
+    auto x = std::make_unique<double[]>(size);
+    auto y = std::make_unique<double[]>(size);
+    auto z = std::make_unique<double[]>(size);
+    auto cell = std::make_unique<int[]>(size);
+    m_nDataPoint = count;
+    m_pDataX = keep(m_Storage.dataX, std::move(x));
+    m_pDataY = keep(m_Storage.dataY, std::move(y));
+    m_pDataZ = keep(m_Storage.dataZ, std::move(z));
+    m_pDataCell = keep(m_Storage.dataCell, std::move(cell));
 }
 
 int CSolInterpolation::SetDataPoint(int number, double x, double y, double z)
@@ -166,9 +176,7 @@ void CSolInterpolation::CleanDataPoint()
 
 void CSolInterpolation::AllocateFieldTable(int count)
 {
-    auto table = std::make_unique<float*[]>(static_cast<std::size_t>(count));
-    m_ppPhiValue = table.get();
-    m_Storage.fieldTable = std::move(table);
+    m_ppPhiValue = keep(m_Storage.fieldTable, std::make_unique<float*[]>(static_cast<std::size_t>(count)));
     m_Storage.fields.clear();
 }
 
@@ -178,8 +186,9 @@ void CSolInterpolation::SetResourceFileName(const char* fileName)
     if (!loaded)
         return;
     // DELIBERATE loaded-fields-from-zero: the first item is field 0; the host numbers the fields of SetPhiValue as it likes.
-    m_nResultItem = static_cast<int>(loaded->size());
-    AllocateFieldTable(m_nResultItem);
+    const int items = static_cast<int>(loaded->size());
+    AllocateFieldTable(items);
+    m_nResultItem = items;
     m_Storage.fields = std::move(*loaded);
     for (std::size_t k = 0; k < m_Storage.fields.size(); ++k)
         m_ppPhiValue[k] = m_Storage.fields[k].get();
@@ -243,9 +252,8 @@ void CSolInterpolation::SortDataPoints(int searched, int wanted)
 {
     const std::size_t size = static_cast<std::size_t>(m_nDataPoint) + 1;
     m_Storage.dataStencil = CountedTable(std::vector<int>(size, wanted));
-    m_Storage.dataCell = std::make_unique<int[]>(size);
     m_ppDataStencil = m_Storage.dataStencil.rows();
-    m_pDataCell = m_Storage.dataCell.get();
+    m_pDataCell = keep(m_Storage.dataCell, std::make_unique<int[]>(size));
     for (int q = 1; q <= m_nDataPoint; ++q)
     {
         int* row = m_ppDataStencil[q];

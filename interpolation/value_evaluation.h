@@ -41,11 +41,10 @@ struct ElementNodes
     std::array<double, most> z{};
     std::array<double, most> value{};
     std::array<double, most> shape{}; ///< 0 for a node count that no element has
+    bool hasElement = false;          ///< whether `shape` was computed by an element
 
-    /// Sum of shape function times value, from 0.0 in node order. NaN for a node count that no element has.
+    /// Sum of shape function times value, from 0.0 in node order. 0.0 without nodes, NaN for any other node count that no element has.
     [[nodiscard]] double sum() const;
-
-    bool hasElement = false; ///< whether `shape` was computed by an element
 };
 
 /// Collects the nodes of a row; `nodeValue(node)` gives a node's value as double.

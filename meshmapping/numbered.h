@@ -1,62 +1,25 @@
 #pragma once
 
-// Arrays, views and row tables whose items are numbered from 1: entry 0 exists, is zero, and carries no datum.
+// Arrays and row tables whose items are numbered from 1, with their views from common/: entry 0 exists, is zero, and carries no datum.
+
+#include "common/numbered_span.h"
 
 #include <cassert>
 #include <cstddef>
-#include <cstdint>
 #include <memory>
-#include <span>
 #include <utility>
 
 namespace tav3d::meshmapping
 {
 
-/// Non-owning view of an array whose items are numbered 1..n. Entry 0 may be read: it is what a zero table entry leads to.
-template <class T>
-class NumberedSpan
-{
-public:
-    constexpr NumberedSpan() noexcept = default;
-    constexpr NumberedSpan(T* base, int n) noexcept
-        : base_(base)
-        , n_(n)
-    {
-    }
-
-    /// A view to change is a view to read.
-    template <class U>
-    requires std::is_same_v<T, const U>
-    constexpr NumberedSpan(const NumberedSpan<U>& other) noexcept
-        : base_(other.data())
-        , n_(other.count())
-    {
-    }
-
-    [[nodiscard]] constexpr T& operator[](int number) const noexcept
-    {
-        assert(number >= 0 && number <= n_);
-        return base_[number];
-    }
-    [[nodiscard]] constexpr int count() const noexcept { return n_; }
-    [[nodiscard]] constexpr T* data() const noexcept { return base_; }
-
-private:
-    T* base_ = nullptr; // borrowed
-    int n_ = 0;
-};
+using common::listItems;
+using common::NumberedSpan;
 
 /// Array for items 1..n, zero-filled, entry 0 included. A negative n counts as 0.
 template <class T>
 [[nodiscard]] std::unique_ptr<T[]> makeNumbered(int n)
 {
     return std::make_unique<T[]>(static_cast<std::size_t>(n > 0 ? n : 0) + 1);
-}
-
-/// Items of a counted list: row[0] is the count k, row[1..k] are the items. No row, no items.
-[[nodiscard]] inline std::span<const int> listItems(const int* row) noexcept
-{
-    return row ? std::span<const int>(row + 1, static_cast<std::size_t>(row[0])) : std::span<const int>();
 }
 
 /// Releases the rows of a table and the table itself; no table, nothing to do. `rowTotal` counts row 0.

@@ -4,7 +4,7 @@ import pathlib
 import re
 import sys
 
-CODE = ["include", "interpolation", "meshmapping", "resultmapping"]
+CODE = ["include", "common", "interpolation", "meshmapping", "resultmapping"]
 SOURCES = {".h", ".cpp", ".py"}
 ID = r"[a-z0-9]+(?:[-.][a-z0-9]+)*"
 

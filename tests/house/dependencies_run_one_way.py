@@ -1,7 +1,7 @@
 """Checks that the folders include each other in one direction only.
 
-tools -> include + opensuite, and the views of the mapping, so that it can tell how a value came about; resultmapping -> meshmapping -> platform; interpolation -> platform.
-The exported headers include nothing but the standard library.
+tools -> include + opensuite, and the views of the mapping, so that it can tell how a value came about; resultmapping -> meshmapping -> platform;
+interpolation and meshmapping -> common -> nothing; interpolation -> platform. The exported headers include nothing but the standard library.
 """
 
 import pathlib
@@ -11,8 +11,9 @@ import sys
 ALLOWED = {
     "include": set(),
     "platform": {"platform"},
-    "interpolation": {"interpolation", "include", "platform"},
-    "meshmapping": {"meshmapping", "include", "platform"},
+    "common": {"common"},
+    "interpolation": {"interpolation", "common", "include", "platform"},
+    "meshmapping": {"meshmapping", "common", "include", "platform"},
     "resultmapping": {"resultmapping", "meshmapping", "include", "platform"},
     "opensuite": {"opensuite", "platform"},
     "tools": {"tools", "opensuite", "platform", "include", "meshmapping", "resultmapping"},
@@ -36,7 +37,11 @@ def main(root: pathlib.Path) -> int:
                 match = re.match(r'\s*#\s*include\s*([<"])([^">]+)[">]', line)
                 if not match:
                     continue
-                target = owner.get(match[2]) or owner.get(match[2].removeprefix("../"))
+                beside = (source.parent / match[2]).resolve()
+                if match[1] == '"' and beside.is_file():
+                    target = beside.relative_to(root.resolve()).parts[0]
+                else:
+                    target = owner.get(match[2])
                 if target is None and match[1] == '"':
                     errors.append(f"{source.relative_to(root)}:{number}: {match[2]} is no header of this project")
                 elif target is not None and target != folder and target not in allowed:

@@ -1,7 +1,7 @@
 #include "interpolation/cell_reduction.h"
 
 #include "Tav3dInterpolation.h"
-#include "meshes.h"
+#include "engine_calls.h"
 
 #include <gtest/gtest.h>
 
@@ -12,6 +12,7 @@
 #include <random>
 
 using meshes::Mesh;
+using meshes::setMesh;
 using tav3d::interpolation::ReduceCellToHexa;
 
 namespace
@@ -31,12 +32,6 @@ CSolCellCorner record(const std::vector<std::vector<double>>& points)
         cell.z.push_back(points[i][2]);
     }
     return cell;
-}
-
-void setMesh(CTav3dInterpolation& facade, Mesh& mesh, bool reduce)
-{
-    facade.SetBaseData(mesh.node.count(), mesh.cell.count(), mesh.node.x.data(), mesh.node.y.data(), mesh.node.z.data(),
-                       mesh.centre.x.data(), mesh.centre.y.data(), mesh.centre.z.data(), mesh.cell.data(), reduce);
 }
 
 /// A cube of 8 nodes in scrambled order (cell 1), one of each smaller kind, and, if asked, a cube with 4 more nodes in the middles of

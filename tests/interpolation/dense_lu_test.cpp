@@ -194,6 +194,19 @@ TEST(DenseLu, products_with_leading_zeros_are_not_subtracted)
     EXPECT_EQ(b[1], 3.0);
     EXPECT_EQ(b[0], 0.0);
 
+    // Sums start at the first entry that is not zero, for the rows behind it too: the infinity stands in the first column.
+    NRMat three(3, 3);
+    fill(three, {{1.0, 0.0, 0.0}, {0.0, 1.0, 0.0}, {std::numeric_limits<double>::infinity(), 2.0, 1.0}});
+    NRVec<int> inOrder(3);
+    NRVec<double> rhs(3);
+    for (int i = 0; i < 3; ++i)
+    {
+        inOrder[i] = i;
+        rhs[i] = 3.0 * i;
+    }
+    lubksb(three, inOrder, rhs);
+    EXPECT_EQ(rhs[2], 6.0 - 2.0 * 3.0);
+
     // A NaN counts as not zero.
     b[0] = notANumber;
     b[1] = 3.0;

@@ -1,17 +1,20 @@
 #include "interpolation/sol_interpolation.h"
 
 #include "Tav3dInterpolation.h"
-#include "meshes.h"
+#include "engine_calls.h"
 
 #include <gtest/gtest.h>
 
 #include <cstddef>
 #include <limits>
 #include <memory>
+#include <new>
 #include <type_traits>
 
 using meshes::Mesh;
 using meshes::Points;
+using meshes::printed;
+using meshes::setMesh;
 
 namespace
 {
@@ -22,23 +25,6 @@ constexpr const char* invalidNumber = "The input NodeID is invalid, now exit!!\n
 static_assert(sizeof(CTav3dInterpolation) == sizeof(void*));
 static_assert(std::has_virtual_destructor_v<CSolInterpolation>);
 static_assert(std::is_copy_constructible_v<CTav3dInterpolation>, "the compiler's own, shallow like the assignment");
-
-/// CTav3dInterpolation or CSolInterpolation with a mesh whose largest coordinates are `size`.
-template <class Engine>
-void setMesh(Engine& engine, Mesh& mesh, bool reduce = false)
-{
-    engine.SetBaseData(mesh.node.count(), mesh.cell.count(), mesh.node.x.data(), mesh.node.y.data(), mesh.node.z.data(),
-                       mesh.centre.x.data(), mesh.centre.y.data(), mesh.centre.z.data(), mesh.cell.data(), reduce);
-}
-
-/// What standard output receives during `action`.
-template <class Action>
-std::string printed(Action action)
-{
-    ::testing::internal::CaptureStdout();
-    action();
-    return ::testing::internal::GetCapturedStdout();
-}
 
 } // namespace
 
@@ -256,6 +242,18 @@ TEST(DataPoints, announced_points_start_at_zero_in_no_cell)
     EXPECT_EQ(engine.m_pDataCell[1], 0);
 }
 
+TEST(DataPoints, set_that_no_memory_is_there_for_leaves_the_one_before)
+{
+    CSolInterpolation engine;
+    engine.SetNDataPoint(2);
+    engine.m_pDataCell[2] = 7;
+    EXPECT_THROW(engine.SetNDataPoint(-2), std::bad_alloc); // more than any memory
+    EXPECT_EQ(engine.m_nDataPoint, 2);
+    EXPECT_EQ(engine.m_pDataCell[2], 7);
+    EXPECT_EQ(printed([&] { EXPECT_EQ(engine.SetDataPoint(3, 0, 0, 0), 0); }), invalidNumber) << "still beyond the two points";
+    engine.CleanDataPoint();
+}
+
 // DELIBERATE invalid-number-returns
 TEST(DataPoints, invalid_numbers_are_reported_and_the_program_goes_on)
 {
@@ -296,8 +294,12 @@ TEST(DataPoints, bounds_of_a_cell_box_belong_to_it)
     EXPECT_TRUE(engine.IsPointInCellBox(1, 0, 0, 0));
     EXPECT_TRUE(engine.IsPointInCellBox(1, 1, 1, 1));
     EXPECT_TRUE(engine.IsPointInCellBox(1, 1, 0.5, 0));
-    EXPECT_FALSE(engine.IsPointInCellBox(1, 1 + 1e-12, 0.5, 0.5));
-    EXPECT_FALSE(engine.IsPointInCellBox(1, 0.5, -1e-12, 0.5));
+    for (const double outside : {-1e-12, 1 + 1e-12})
+    {
+        EXPECT_FALSE(engine.IsPointInCellBox(1, outside, 0.5, 0.5));
+        EXPECT_FALSE(engine.IsPointInCellBox(1, 0.5, outside, 0.5));
+        EXPECT_FALSE(engine.IsPointInCellBox(1, 0.5, 0.5, outside));
+    }
     EXPECT_FALSE(engine.IsPointInCellBox(1, 0.5, 0.5, notANumber));
     EXPECT_FALSE(engine.IsPointInCellBox(2, 0.5, 0.5, 0.5)) << "above the number of cells";
 }

@@ -1,8 +1,8 @@
 // The exported class hands every argument on in its place.
 
 #include "Tav3dInterpolation.h"
+#include "engine_calls.h"
 #include "interpolation/sol_interpolation.h"
-#include "meshes.h"
 #include "opensuite/result_samples.h"
 #include "support/scratch_folder.h"
 
@@ -14,17 +14,9 @@
 using meshes::Mesh;
 using meshes::Points;
 using meshes::Rows;
-
-namespace
-{
-
-void setMesh(CTav3dInterpolation& facade, Mesh& mesh)
-{
-    facade.SetBaseData(mesh.node.count(), mesh.cell.count(), mesh.node.x.data(), mesh.node.y.data(), mesh.node.z.data(),
-                       mesh.centre.x.data(), mesh.centre.y.data(), mesh.centre.z.data(), mesh.cell.data(), false);
-}
-
-} // namespace
+using meshes::setMesh;
+using meshes::sort;
+using meshes::sortCentre;
 
 TEST(Facade, kind_vectors_are_taken_in_their_order)
 {
@@ -84,10 +76,8 @@ TEST(Facade, sorting_and_interpolation_are_the_engines)
     std::vector<double> onCells = meshes::sample<double>(mesh.centre, f);
     CTav3dInterpolation facade;
     CSolInterpolation engine;
-    facade.SetSorting(mesh.node.count(), mesh.cell.count(), mesh.node.x.data(), mesh.node.y.data(), mesh.node.z.data(), mesh.cell.data(), 2,
-                      data.x.data(), data.y.data(), data.z.data());
-    engine.SetSorting(mesh.node.count(), mesh.cell.count(), mesh.node.x.data(), mesh.node.y.data(), mesh.node.z.data(), mesh.cell.data(), 2,
-                      data.x.data(), data.y.data(), data.z.data());
+    sort(facade, mesh, data);
+    sort(engine, mesh, data);
     double ours = 0;
     double theirs = 1;
     facade.GetInterpolation(2, onNodes.data(), ours);
@@ -95,12 +85,8 @@ TEST(Facade, sorting_and_interpolation_are_the_engines)
     EXPECT_EQ(ours, theirs);
     EXPECT_NEAR(ours, f(1.7, 1.3, 1.4), 0.1);
 
-    facade.SetSortingCenter(mesh.node.count(), mesh.cell.count(), mesh.node.x.data(), mesh.node.y.data(), mesh.node.z.data(),
-                            mesh.cell.data(), mesh.centre.x.data(), mesh.centre.y.data(), mesh.centre.z.data(), 2, data.x.data(),
-                            data.y.data(), data.z.data());
-    engine.SetSortingCenter(mesh.node.count(), mesh.cell.count(), mesh.node.x.data(), mesh.node.y.data(), mesh.node.z.data(),
-                            mesh.cell.data(), mesh.centre.x.data(), mesh.centre.y.data(), mesh.centre.z.data(), 2, data.x.data(),
-                            data.y.data(), data.z.data());
+    sortCentre(facade, mesh, data);
+    sortCentre(engine, mesh, data);
     facade.GetInterpolationCenter(1, onCells.data(), ours);
     engine.GetInterpolationCenter(1, onCells.data(), theirs);
     EXPECT_EQ(ours, theirs);
@@ -114,8 +100,7 @@ TEST(Facade, data_point_placed_in_cell_one_after_sorting_is_skipped)
     std::vector<double> onNodes(mesh.node.x.size(), 5.0);
     CTav3dInterpolation facade;
     setMesh(facade, mesh);
-    facade.SetSorting(mesh.node.count(), mesh.cell.count(), mesh.node.x.data(), mesh.node.y.data(), mesh.node.z.data(), mesh.cell.data(), 1,
-                      sorted.x.data(), sorted.y.data(), sorted.z.data());
+    sort(facade, mesh, sorted);
     facade.SetNDataPoint(1);
     double value = -3;
     ASSERT_EQ(facade.SetDataPoint(1, 0.6, 0.4, 0.3), 1);

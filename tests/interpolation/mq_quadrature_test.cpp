@@ -1,9 +1,9 @@
 #include "interpolation/mq_quadrature.h"
 
 #include "Tav3dInterpolation.h"
+#include "engine_calls.h"
 #include "interpolation/dense_lu.h"
 #include "interpolation/sol_interpolation.h"
-#include "meshes.h"
 
 #include <gtest/gtest.h>
 
@@ -15,6 +15,8 @@
 
 using meshes::Mesh;
 using meshes::Points;
+using meshes::sort;
+using meshes::sortCentre;
 using Weights = std::array<std::vector<double>, 3>;
 
 namespace
@@ -106,19 +108,6 @@ std::vector<long double> textbookWeights(const Points& p, long double c, int axi
     for (std::size_t k = 0; k < n; ++k)
         w[column[k]] = a[k][n] / a[k][k];
     return w;
-}
-
-void sort(CSolInterpolation& engine, Mesh& mesh, Points& data)
-{
-    engine.SetSorting(mesh.node.count(), mesh.cell.count(), mesh.node.x.data(), mesh.node.y.data(), mesh.node.z.data(), mesh.cell.data(),
-                      data.count(), data.x.data(), data.y.data(), data.z.data());
-}
-
-void sortCentre(CSolInterpolation& engine, Mesh& mesh, Points& data)
-{
-    engine.SetSortingCenter(mesh.node.count(), mesh.cell.count(), mesh.node.x.data(), mesh.node.y.data(), mesh.node.z.data(),
-                            mesh.cell.data(), mesh.centre.x.data(), mesh.centre.y.data(), mesh.centre.z.data(), data.count(), data.x.data(),
-                            data.y.data(), data.z.data());
 }
 
 /// Points inside the mesh, off the surface layer.
@@ -273,20 +262,24 @@ TEST(MqWeights, agree_bit_for_bit_with_the_steps_written_out)
             (((p.x[i] - p.x[j]) * (p.x[i] - p.x[j]) + (p.y[i] - p.y[j]) * (p.y[i] - p.y[j])) + (p.z[i] - p.z[j]) * (p.z[i] - p.z[j])) +
             c * c);
     };
-    NRVec<int> indx(n);
-    NRVec<double> b(n);
     for (int i = 0; i < n; ++i)
-    {
         for (int j = 0; j < n; ++j)
             a[i][j] = r(static_cast<std::size_t>(i) + 1, static_cast<std::size_t>(j) + 1);
-        b[i] = (p.y[1] - p.y[static_cast<std::size_t>(i) + 1]) / r(1, static_cast<std::size_t>(i) + 1);
-    }
+    NRVec<int> indx(n);
+    NRVec<double> b(n);
     double d = 0;
     ludcmp(a, indx, d);
-    lubksb(a, indx, b);
     const Weights w = weightsOf(p, c);
-    for (int i = 0; i < n; ++i)
-        EXPECT_EQ(w[1][static_cast<std::size_t>(i) + 1], b[i]);
+    const std::vector<double>* const coordinate[] = {&p.x, &p.y, &p.z};
+    for (std::size_t axis = 0; axis < 3; ++axis)
+    {
+        const std::vector<double>& x = *coordinate[axis];
+        for (int i = 0; i < n; ++i)
+            b[i] = (x[1] - x[static_cast<std::size_t>(i) + 1]) / r(1, static_cast<std::size_t>(i) + 1);
+        lubksb(a, indx, b);
+        for (int i = 0; i < n; ++i)
+            EXPECT_EQ(w[axis][static_cast<std::size_t>(i) + 1], b[i]) << "axis " << axis;
+    }
 }
 
 TEST(MqWeights, coincident_points_go_through)
@@ -375,6 +368,26 @@ TEST(MqFit, ties_take_the_largest_shape_parameter)
     EXPECT_EQ(fit.derivative[1], trials.back().derivative[1]);
     EXPECT_NE(fit.derivative[1], trials.front().derivative[1]);
     EXPECT_EQ(fit.derivative[0], 0.0);
+}
+
+TEST(MqFit, defect_takes_over_when_it_is_less_than_the_slack_worse)
+{
+    using tav3d::interpolation::takesOver;
+    EXPECT_TRUE(takesOver(0.25, 0.5));
+    EXPECT_TRUE(takesOver(0.0, 0.0));
+    EXPECT_TRUE(takesOver(0.9e-10, 0.0));
+    EXPECT_FALSE(takesOver(1.0e-10, 0.0));
+    EXPECT_TRUE(takesOver(1.0e8, 1.0e8)) << "a tie, also where the slack is lost beside the defect";
+    EXPECT_FALSE(takesOver(std::numeric_limits<double>::quiet_NaN(), 0.5));
+}
+
+TEST(MqFit, defect_beyond_the_start_never_qualifies)
+{
+    using tav3d::interpolation::noDefect;
+    using tav3d::interpolation::takesOver;
+    EXPECT_TRUE(takesOver(1.0e10, noDefect)) << "the difference is 0";
+    EXPECT_FALSE(takesOver(std::nextafter(1.0e10, 2.0e10), noDefect));
+    EXPECT_FALSE(takesOver(std::numeric_limits<double>::infinity(), noDefect));
 }
 
 // DELIBERATE fit-keeps-presets

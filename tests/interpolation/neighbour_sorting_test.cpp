@@ -1,7 +1,7 @@
 #include "interpolation/neighbour_sorting.h"
 
+#include "engine_calls.h"
 #include "interpolation/sol_interpolation.h"
-#include "meshes.h"
 
 #include "Tav3dInterpolation.h"
 
@@ -15,6 +15,8 @@
 using meshes::Mesh;
 using meshes::Points;
 using meshes::Rows;
+using meshes::sort;
+using meshes::sortCentre;
 
 namespace
 {
@@ -34,19 +36,6 @@ std::vector<int> sorted(Points points, double px, double py, double pz, int k)
 std::vector<int> listOf(const int* row)
 {
     return {row, row + 1 + row[0]};
-}
-
-void sort(CSolInterpolation& engine, Mesh& mesh, Points& data)
-{
-    engine.SetSorting(mesh.node.count(), mesh.cell.count(), mesh.node.x.data(), mesh.node.y.data(), mesh.node.z.data(), mesh.cell.data(),
-                      data.count(), data.x.data(), data.y.data(), data.z.data());
-}
-
-void sortCentre(CSolInterpolation& engine, Mesh& mesh, Points& data)
-{
-    engine.SetSortingCenter(mesh.node.count(), mesh.cell.count(), mesh.node.x.data(), mesh.node.y.data(), mesh.node.z.data(),
-                            mesh.cell.data(), mesh.centre.x.data(), mesh.centre.y.data(), mesh.centre.z.data(), data.count(), data.x.data(),
-                            data.y.data(), data.z.data());
 }
 
 /// Nodes 1..7 on a line, cells 1-2-3 (as rows of any length), node 7 in none; node 5 twice in cell 3.

@@ -503,6 +503,36 @@ TEST(PointSearchTree, more_points_than_reserved_keep_their_numbers)
     }
 }
 
+TEST(PointSearchTree, range_search_agrees_with_comparing_every_point)
+{
+    // Points and edges of the cubes on one lattice, so that edges meet centre planes and points; then everything out of step.
+    std::mt19937 random(13);
+    std::uniform_int_distribution<int> at(0, 16);
+    std::uniform_real_distribution<double> shift(0, 1.0 / 64);
+    for (const double uneven : {0.0, 1.0})
+    {
+        CPointSearchTree tree = unitTree();
+        const auto coordinate = [&] { return at(random) / 16.0 + uneven * shift(random); };
+        for (int i = 0; i < 1000; ++i)
+        {
+            const double x = coordinate(), y = coordinate(), z = coordinate();
+            if (box(tree, x, y, z, 1e-5).empty()) // no duplicates
+                tree.Insert(x, y, z);
+        }
+        for (int i = 0; i < 500; ++i)
+        {
+            const double x = coordinate(), y = coordinate(), z = coordinate(), r = 0.5 * coordinate();
+            List expected;
+            for (std::size_t p = 0; p < tree.m_Point.size(); ++p)
+                if (std::abs(x - tree.m_Point[p].x) < r && std::abs(y - tree.m_Point[p].y) < r && std::abs(z - tree.m_Point[p].z) < r)
+                    expected.push_back(static_cast<std::int32_t>(p));
+            List found = box(tree, x, y, z, r);
+            std::sort(found.begin(), found.end());
+            ASSERT_EQ(found, expected) << x << ' ' << y << ' ' << z << ' ' << r;
+        }
+    }
+}
+
 TEST(PointSearchTree, random_points_agree_with_the_same_rules_written_plainly)
 {
     for (const double size : {0.05, 1.0, 4.0, 40.0})

@@ -1,25 +1,13 @@
 // Loading of fields from real result files.
 
 #include "Tav3dInterpolation.h"
+#include "engine_calls.h"
 #include "interpolation/sol_interpolation.h"
-#include "meshes.h"
 #include "opensuite/result_samples.h"
 #include "support/scratch_folder.h"
 
 using namespace tav3d::test;
-
-namespace
-{
-
-template <class Action>
-std::string printed(Action action)
-{
-    testing::internal::CaptureStdout();
-    action();
-    return testing::internal::GetCapturedStdout();
-}
-
-} // namespace
+using meshes::printed;
 
 // DELIBERATE loaded-fields-from-zero
 TEST(SetResourceFileName, items_become_fields_in_file_order)
@@ -77,8 +65,7 @@ TEST(SetResourceFileName, loaded_field_is_evaluated_through_the_facade)
     mesh.node = {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, 1}, {1, 0, 1}, {0, 1, 1}}; // a prism; item 6 is its node number
     mesh.addCell({1, 2, 3, 4, 5, 6});
     CTav3dInterpolation facade;
-    facade.SetBaseData(6, 1, mesh.node.x.data(), mesh.node.y.data(), mesh.node.z.data(), mesh.centre.x.data(), mesh.centre.y.data(),
-                       mesh.centre.z.data(), mesh.cell.data(), false);
+    meshes::setMesh(facade, mesh);
     facade.SetResourceFileName(folder.file("a.q7f").c_str());
     std::vector<double> x = {0, 0.25}, y = {0, 0.5}, z = {0, 0.5}, values = {-1, -1};
     facade.GetCellData(0, 1, mesh.cell.data(), x.data(), y.data(), z.data(), values.data());

@@ -1,8 +1,8 @@
 #include "interpolation/value_evaluation.h"
 
 #include "Tav3dInterpolation.h"
+#include "engine_calls.h"
 #include "interpolation/sol_interpolation.h"
-#include "meshes.h"
 
 #include <gtest/gtest.h>
 
@@ -12,7 +12,9 @@
 
 using meshes::Mesh;
 using meshes::Points;
+using meshes::printed;
 using meshes::Rows;
+using meshes::setMesh;
 
 namespace
 {
@@ -46,8 +48,7 @@ struct Evaluated
         weight.assign(size, 1.0);
         for (auto& v : vectors)
             v.assign(size, 0.0);
-        engine.SetBaseData(mesh.node.count(), mesh.cell.count(), mesh.node.x.data(), mesh.node.y.data(), mesh.node.z.data(),
-                           mesh.centre.x.data(), mesh.centre.y.data(), mesh.centre.z.data(), mesh.cell.data(), false);
+        setMesh(engine, mesh);
         engine.m_ppNodeCell = nodeCell.data();
         engine.m_ppCellInterType = kind.data();
         engine.m_pCellInterWeight = weight.data();
@@ -118,14 +119,6 @@ Points insideOf(const Mesh& mesh, int cell)
     return points;
 }
 
-template <class Action>
-std::string printed(Action action)
-{
-    ::testing::internal::CaptureStdout();
-    action();
-    return ::testing::internal::GetCapturedStdout();
-}
-
 constexpr const char* kindError = "\n In interpolation, Error in Interpolating data at cell center to node!!\n";
 
 } // namespace
@@ -191,8 +184,7 @@ TEST(FieldValue, facade_evaluates_fields_of_the_host)
     Mesh mesh = meshes::unitCube();
     std::vector<float> field = meshes::sample<float>(mesh.node, [](double x, double, double) { return 8 * x; });
     CTav3dInterpolation facade;
-    facade.SetBaseData(8, 1, mesh.node.x.data(), mesh.node.y.data(), mesh.node.z.data(), mesh.centre.x.data(), mesh.centre.y.data(),
-                       mesh.centre.z.data(), mesh.cell.data(), false);
+    setMesh(facade, mesh);
     facade.SetNPhiValue(2);
     facade.SetPhiValue(2, field.data());
     facade.SetNDataPoint(1);

@@ -101,12 +101,5 @@ TEST(RowTables, a_negative_size_still_has_row_zero)
     EXPECT_EQ(table[0][1], 0.0f);
 }
 
-TEST(CountedLists, a_missing_row_has_no_items)
-{
-    const int row[] = {2, 8, 9, 4};
-    EXPECT_TRUE(listItems(nullptr).empty());
-    EXPECT_EQ(std::vector<int>(listItems(row).begin(), listItems(row).end()), (std::vector<int>{8, 9}));
-}
-
 } // namespace
 } // namespace tav3d::meshmapping
