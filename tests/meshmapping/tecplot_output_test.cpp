@@ -110,7 +110,7 @@ TEST(TecplotWriting, repeats_the_last_node_of_an_element_with_fewer_than_eight)
     writeTecplot(out, {{{zero.data(), 12}, {zero.data(), 12}, {zero.data(), 12}}, 12, zero.data(), nullptr}, reader);
     const auto file = test::readTecplot(out.str());
     const std::vector<std::array<int, 8>> expected{
-        {1, 2, 3, 4, 5, 6, 7, 8}, {2, 3, 7, 6, 9, 9, 9, 9}, {4, 10, 8, 3, 11, 7, 7, 7}, {2, 9, 3, 12, 12, 12, 12, 12}};
+        {1, 2, 3, 4, 5, 6, 7, 8}, {2, 3, 7, 6, 9, 9, 9, 9}, {4, 10, 8, 3, 11, 7, 7, 7}, {2, 3, 9, 12, 12, 12, 12, 12}};
     EXPECT_EQ(file.cell, expected);
 }
 
