@@ -33,6 +33,14 @@ struct Tav3dQ7XMappingTestAccess
     static void pretendConfigured(Driver& driver) { driver.m_bSetParameters = true; }
     static void printDiagnostics(Driver& driver) { driver.m_iDebugPrint = 1; }
     static int classify(Driver& driver, const std::string& file) { return driver.GetFileType(file); }
+    static std::string extension(Driver& driver, const std::string& file) { return driver.GetExtendFilename(file); }
+    static int deleteFile(Driver& driver, const char* file) { return driver.COM_DeleteFile(file); }
+    static int moveAside(Driver& driver, const char* file, std::string& newName) { return driver.RenameVoxelQ7XFile(file, newName); }
+    static bool ofQ7F(Driver& driver, int item, bool& flag) { return driver.IfCavityResult_Q7F(item, flag); }
+    static bool ofQ7P(Driver& driver, int item, bool& flag) { return driver.IfCavityResult_Q7P(item, flag); }
+    static bool ofQ7C(Driver& driver, int item, bool& flag) { return driver.IfCavityResult_Q7C(item, flag); }
+    static bool ofRSC(Driver& driver, int item, bool& flag) { return driver.IfCavityResult_RSC(item, flag); }
+    static bool ofRSF(Driver& driver, int item, bool& flag) { return driver.IfCavityResult_RSF(item, flag); }
 };
 using Access = Tav3dQ7XMappingTestAccess;
 
@@ -218,6 +226,40 @@ TEST(Driver, unknown_type_knows_no_item_and_leaves_the_flag_alone)
     EXPECT_FALSE(flag);
 }
 
+TEST(Driver, each_file_kind_has_its_own_form_of_the_item_rule)
+{
+    CTav3dQ7XMapping_Voxel2CutCell driver; // of the unknown type: the forms do not ask for it
+    struct Form
+    {
+        bool (*known)(CTav3dQ7XMapping_Voxel2CutCell&, int, bool&);
+        int fileType;
+    };
+    for (const Form& form : {Form{Access::ofQ7F, 0}, {Access::ofQ7P, 1}, {Access::ofQ7C, 2}, {Access::ofRSC, 3}, {Access::ofRSF, 6}})
+        for (int item = 0; item <= 60; ++item)
+        {
+            CTav3dQ7XMapping_Voxel2CutCell typed;
+            bool flag = false, expected = false;
+            EXPECT_EQ(form.known(driver, item, flag), Access::isCavity(typed, form.fileType, item, expected)) << "item " << item;
+            EXPECT_EQ(flag, expected) << "type " << form.fileType << ", item " << item;
+        }
+}
+
+TEST(Driver, removes_and_moves_files_by_the_rules_of_their_names)
+{
+    CTav3dQ7XMapping_Voxel2CutCell driver;
+    const ScratchFolder folder;
+    const std::string file = folder.file("part.q7f");
+    EXPECT_EQ(Access::extension(driver, file), ".q7f");
+    writeBytes(file, "voxel values");
+    writeBytes(folder.file("part_vox.q7f"), "older ones");
+    std::string newName;
+    EXPECT_EQ(Access::moveAside(driver, file.c_str(), newName), 1);
+    EXPECT_EQ(newName, folder.file("part_vox.q7f"));
+    EXPECT_EQ(readBytes(newName), "voxel values");
+    EXPECT_EQ(Access::deleteFile(driver, newName.c_str()), 0);
+    EXPECT_EQ(folder.entries(), 0);
+}
+
 TEST(Driver, diagnostics_print_extension_solver_and_type)
 {
     CTav3dQ7XMapping_Voxel2CutCell driver;
@@ -345,6 +387,23 @@ TEST_F(DriverTest, target_that_cannot_be_opened_gives_minus_1_and_two_lines)
               " FileName = " + target + ", Error = -2\n Cannot open result file for mapping result in Orvel project.\n");
 }
 
+TEST_F(DriverTest, file_that_cannot_be_moved_aside_gives_minus_1_and_one_line)
+{
+    prepare(tav3d::test::plateModel(), 0);
+    CTav3dQ7XMapping_Voxel2CutCell driver;
+    testing::internal::CaptureStdout();
+    driver.SetParameters(mesh.c_str(), 0, 0);
+    testing::internal::GetCapturedStdout();
+    std::string missing = folder.file("missing.q7f");
+    writeBytes(folder.file("missing_vox.q7f"), "in the way"); // removed at the first try, so that the test need not wait
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(driver.Voxel2CutCellResult(missing, 0), -1);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "") << "no file was opened";
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "Error renaming Vox file: Permission denied.\n");
+    EXPECT_FALSE(std::filesystem::exists(missing));
+}
+
 TEST_F(DriverTest, name_without_a_dot_is_out_of_range_and_nothing_moves)
 {
     prepare(tav3d::test::plateModel(), 0);
@@ -352,8 +411,16 @@ TEST_F(DriverTest, name_without_a_dot_is_out_of_range_and_nothing_moves)
     testing::internal::CaptureStdout();
     driver.SetParameters(mesh.c_str(), 0, 0);
     testing::internal::GetCapturedStdout();
-    std::string source = "/result without a dot";
+    std::string source = folder.file("result");
+    ASSERT_EQ(source.find('.'), std::string::npos) << "the folder for temporary files must not have a dot in its name";
+    writeBytes(source, "what stands there");
+    const auto entries = folder.entries();
+    std::string target = folder.file("target.q7f");
     EXPECT_THROW(driver.Voxel2CutCellResult(source, 0), std::out_of_range);
+    std::filesystem::copy_file(result, source, std::filesystem::copy_options::overwrite_existing);
+    EXPECT_THROW(driver.Voxel2CutCellResult(source, target, 0), std::out_of_range);
+    EXPECT_EQ(readBytes(source), readBytes(result));
+    EXPECT_EQ(folder.entries(), entries);
 }
 
 TEST_F(DriverTest, extension_outside_of_the_table_copies_every_item_unmapped)
