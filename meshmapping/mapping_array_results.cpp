@@ -105,10 +105,11 @@ int CTav3dMeshMappingArrary::SortCavityGatefaceNode(int nFace, int* face, int* c
 
 int CTav3dMeshMappingArrary::Initialize_SmoothData(int nPoint, double* x, double* y, double* z, double dSmoothLength2)
 {
-    m_nSmoothNode = nPoint;
     mm::SmoothingTable table =
         mm::buildSmoothingTable({{x, nPoint}, {y, nPoint}, {z, nPoint}}, dSmoothLength2, m_nSmoothMaxNeighbor, m_fPI);
+    // The count goes with the tables whose rows it counts: both change, or, when there is no memory, neither.
     // DELIBERATE smooth-tables-stay: the tables of an earlier call are not released.
+    m_nSmoothNode = nPoint;
     m_pSmoothADTree = table.tree.release();
     m_ppSmoothNeighborWeight = table.weight.release();
     m_ppiSmoothNeighbor = table.neighbour.release();

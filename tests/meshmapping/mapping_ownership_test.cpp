@@ -23,8 +23,9 @@
 
 namespace
 {
-long liveArrays = 0;  // allocated by new[] and not released
-long allocations = 0; // by new and new[]
+long liveArrays = 0;          // allocated by new[] and not released
+long allocations = 0;         // by new and new[]
+long arraysUntilFailure = -1; // new[] fails once when it has counted down to 0; negative: never
 
 void* allocate(std::size_t size)
 {
@@ -51,6 +52,8 @@ TAV3D_NOINLINE void operator delete(void* memory, std::size_t) noexcept
 
 TAV3D_NOINLINE void* operator new[](std::size_t size)
 {
+    if (arraysUntilFailure >= 0 && arraysUntilFailure-- == 0)
+        throw std::bad_alloc();
     void* memory = allocate(size);
     ++liveArrays;
     return memory;
@@ -215,6 +218,26 @@ TEST(MappingOwnership, a_second_point_set_leaves_the_tables_of_the_first)
             object.Initialize_SmoothData(10, x.data(), x.data(), x.data(), 1.0);
         });
     EXPECT_EQ(left, 2 * (60 + 2) + 1);
+}
+
+TEST(MappingOwnership, a_larger_point_set_that_memory_does_not_suffice_for_leaves_the_object_as_it_was)
+{
+    std::vector<double> x(201, 0.0), value(201, 1.0);
+    EXPECT_EQ(arraysLeftBy(
+                  [&]
+                  {
+                      CTav3dMeshMappingArrary object;
+                      object.Initialize_SmoothData(60, x.data(), x.data(), x.data(), 1.0);
+                      for (const long arrays : {0, 1, 100, 250, 404}) // the last: only the array of flags is missing
+                      {
+                          arraysUntilFailure = arrays;
+                          EXPECT_THROW(object.Initialize_SmoothData(200, x.data(), x.data(), x.data(), 1.0), std::bad_alloc);
+                          EXPECT_EQ(arraysUntilFailure, -1);
+                      }
+                      EXPECT_EQ(Inspector::m_nSmoothNode(object), 60) << "it counts the rows that there are";
+                      EXPECT_EQ(object.MultiplySmoothData(value.data(), value.data(), 1), 1);
+                  }),
+              0);
 }
 
 // DELIBERATE test-arrays-stay
