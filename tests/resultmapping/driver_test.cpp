@@ -13,6 +13,9 @@
 #include <algorithm>
 #include <cstring>
 #include <filesystem>
+#include <functional>
+#include <tuple>
+#include <type_traits>
 
 using namespace tav3d::test;
 using tav3d::opensuite::MeshModel;
@@ -21,13 +24,18 @@ using tav3d::opensuite::MeshModel;
 struct Tav3dQ7XMappingTestAccess
 {
     using Driver = CTav3dQ7XMapping_Voxel2CutCell;
+    /// The fields, in the order in which hosts know them.
+    static auto fields(const Driver& d)
+    {
+        return std::tie(d.m_iMappingMode, d.m_pSmoothWork, d.m_iDebugMode, d.m_iTecplotOutput, d.m_iDebugPrint, d.m_bSetParameters,
+                        d.m_iMultipleTimeStepMode, d.m_dFillingTime, d.m_pMeshMapping, d.m_eFileType, d.m_SolverType);
+    }
     static bool isCavity(Driver& driver, int fileType, int item, bool& flag)
     {
         driver.m_eFileType = static_cast<Driver::eResultFileType>(fileType);
         return driver.IfCavityResult(item, flag);
     }
     static int fileType(const Driver& driver) { return driver.m_eFileType; }
-    static int solver(const Driver& driver) { return driver.m_SolverType; }
     static const void* mapping(const Driver& driver) { return driver.m_pMeshMapping; }
     static void forgetMapping(Driver& driver) { driver.m_pMeshMapping = nullptr; }
     static void pretendConfigured(Driver& driver) { driver.m_bSetParameters = true; }
@@ -172,16 +180,26 @@ void expectMapped(const std::string& file, const MeshModel& model, const std::ve
 TEST(Driver, is_unconfigured_after_construction)
 {
     const CTav3dQ7XMapping_Voxel2CutCell driver;
-    EXPECT_EQ(Access::fileType(driver), 5);
-    EXPECT_EQ(Access::solver(driver), 3);
-    EXPECT_EQ(Access::mapping(driver), nullptr);
+    EXPECT_EQ(Access::fields(driver), std::make_tuple(0, nullptr, 0, 0, 0, false, 1, 0.0, nullptr, 5, 3));
 }
 
-TEST(Driver, setters_return_1)
+TEST(Driver, keeps_its_fields_in_their_order)
+{
+    const CTav3dQ7XMapping_Voxel2CutCell driver;
+    const auto addresses =
+        std::apply([](const auto&... field) { return std::vector{reinterpret_cast<std::uintptr_t>(&field)...}; }, Access::fields(driver));
+    EXPECT_GT(addresses.front(), reinterpret_cast<std::uintptr_t>(&driver)) << "the virtual table stands first";
+    EXPECT_TRUE(std::is_sorted(addresses.begin(), addresses.end(), std::less_equal<>()));
+    static_assert(std::has_virtual_destructor_v<CTav3dQ7XMapping_Voxel2CutCell>);
+}
+
+TEST(Driver, setters_store_and_return_1)
 {
     CTav3dQ7XMapping_Voxel2CutCell driver;
     EXPECT_EQ(driver.SetMultipleTimeStepMode(2), 1);
-    EXPECT_EQ(driver.DebugControl(1, 0), 1);
+    EXPECT_EQ(driver.DebugControl(3, 4), 1);
+    driver.Setfillingtime(1.5);
+    EXPECT_EQ(Access::fields(driver), std::make_tuple(0, nullptr, 3, 4, 0, false, 2, 1.5, nullptr, 5, 3));
 }
 
 TEST(Driver, mapping_before_a_mesh_is_set_gives_2_and_prints_nothing)
