@@ -488,6 +488,19 @@ TEST_F(DriverTest, tecplot_output_captures_items_1_and_6)
     }
 }
 
+TEST_F(DriverTest, second_model_that_is_missing_leaves_the_driver_unconfigured)
+{
+    prepare(tav3d::test::plateModel(), 0);
+    CTav3dQ7XMapping_Voxel2CutCell driver;
+    testing::internal::CaptureStdout();
+    driver.SetParameters(mesh.c_str(), 1, 0);
+    EXPECT_EQ(driver.SetParameters(folder.file("missing.krn").c_str(), 1, 0), 0);
+    const std::string bytes = readBytes(result);
+    EXPECT_EQ(driver.Voxel2CutCellResult(result, 0), 2);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    EXPECT_EQ(readBytes(result), bytes) << "nothing has moved";
+}
+
 TEST_F(DriverTest, second_model_replaces_the_first)
 {
     prepare(tav3d::test::plateModel(), 0);
