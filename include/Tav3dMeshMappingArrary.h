@@ -75,7 +75,8 @@ public:
     ///   nVoxelNode      in      number of voxel values
     ///   nCutCellNode    in      number of cut-cell values, at most GetTotalNodeNumber_Cutcell()
     ///   pVoxelResult    in/out  entries 1..nVoxelNode; entry 0 must be readable (0: no value)
-    ///   pCutCellResult  in/out  entries 1..nCutCellNode; entries of nodes without a valid voxel node keep what they hold
+    ///   pCutCellResult  in/out  entries 1..nCutCellNode, in another array than pVoxelResult; entries of nodes without a valid voxel node keep what
+    ///                           they hold
     ///   fMax, fMin      in/out  widened by the voxel values that are picked up; never reset
     ///   pWork           scratch nVoxelNode+1 floats; not touched without smoothing
     /// Returns 1. The object must have been set up by SetParameters.

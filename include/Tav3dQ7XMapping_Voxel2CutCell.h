@@ -74,29 +74,39 @@ public:
     int NewResultArrayforTecplot(int nNode, float**& table);
 
 private:
+    /// From the last "." of the whole path to its end; std::out_of_range without a ".".
     std::string GetExtendFilename(std::string fileName);
+
+    /// The kind that the extension tells, byte for byte; sets m_SolverType too.
     eResultFileType GetFileType(std::string fileName);
+
+    /// Whether an item of a file of the kind m_eFileType (or of the kind in the name) is mapped; the others are copied. bCavity: whether it is also
+    /// smoothed on request; left alone for eUnknown.
     bool IfCavityResult(int itemId, bool& bCavity);
     bool IfCavityResult_Q7F(int itemId, bool& bCavity);
     bool IfCavityResult_Q7P(int itemId, bool& bCavity);
     bool IfCavityResult_Q7C(int itemId, bool& bCavity);
     bool IfCavityResult_RSC(int itemId, bool& bCavity);
     bool IfCavityResult_RSF(int itemId, bool& bCavity);
+
+    /// Moves a file to its "_vox" name, which newName receives in any case, in up to 5 tries, after removing what stands there. 1 = done, -1 = not.
     int RenameVoxelQ7XFile(const char* fileName, std::string& newName);
+
+    /// Removes a file in up to 3 tries, 500 ms after each failure. 0, or the code of the last try.
     int COM_DeleteFile(const char* fileName);
 
     // The order of the members is part of the binary interface: add new ones at the end only.
     int m_iMappingMode;
-    float* m_pSmoothWork; // owned during a run
-    int m_iDebugMode;
-    int m_iTecplotOutput;
-    int m_iDebugPrint;
-    bool m_bSetParameters;
+    float* m_pSmoothWork;  // scratch of smoothing; owned during a run
+    int m_iDebugMode;      // stored only
+    int m_iTecplotOutput;  // 1 = write Tecplot files
+    int m_iDebugPrint;     // 1 = GetFileType prints what it finds; no operation sets it
+    bool m_bSetParameters; // a usable mesh file has been set
     int m_iMultipleTimeStepMode;
-    double m_dFillingTime;
+    double m_dFillingTime;                   // s
     CTav3dMeshMappingArrary* m_pMeshMapping; // owned
-    eResultFileType m_eFileType;
-    int m_SolverType;
+    eResultFileType m_eFileType;             // of the last file
+    int m_SolverType;                        // of the last file: 0 filling, 1 packing, 2 cooling, 3 none
 
     friend struct CTav3dQ7XMapping_Voxel2CutCell_View; // for reports on a mapping
     friend struct Tav3dQ7XMappingTestAccess;           // the library's own tests

@@ -6,10 +6,12 @@
 #include "cut_cell_loader.h"
 #include "cut_cell_neighbours.h"
 #include "gauss_neighbours.h"
+#include "mapping_array_view.h"
 #include "nodes.h"
 #include "voxel_loader.h"
 
 namespace mm = tav3d::meshmapping;
+using View = CTav3dMeshMappingArrary_View;
 
 namespace
 {
@@ -163,11 +165,10 @@ int CTav3dMeshMappingArrary::getVoxelNeighborArraybyADTree_GaussMethod()
     if (m_iDebugInfo != 0)
         std::cout << "-----get CutCell Mapping Arrary by ADTree-----\n";
 
-    const int n = m_nVoxelNode;
     mm::GaussNeighbours rows =
-        mm::findGaussNeighbours({{m_pfVoxelX, n}, {m_pfVoxelY, n}, {m_pfVoxelZ, n}}, {{m_pbVoxelPartNode, n}, {m_pbVoxelPartInsertNode, n}},
-                                {m_piVoxelFixedNode, n}, {m_ppiVoxelElemNode, m_ppiVoxelElemNode ? m_pVoxelWork2 : nullptr},
-                                {m_fPI, m_Voxel_BasicElem_LengthSq}, m_nVoxelSurfNode + m_nVoxelPartInsertNode, m_nVoxelMaxNeighbor + 1);
+        mm::findGaussNeighbours(View::voxelPoints(*this), View::voxelKinds(*this), {m_piVoxelFixedNode, m_nVoxelNode},
+                                {m_ppiVoxelElemNode, m_ppiVoxelElemNode ? m_pVoxelWork2 : nullptr}, {m_fPI, m_Voxel_BasicElem_LengthSq},
+                                m_nVoxelSurfNode + m_nVoxelPartInsertNode, m_nVoxelMaxNeighbor + 1);
     abandon(m_piVoxelNeighborIndex, rows.rowOfNode);
     abandon(m_piVoxelNeighborCount, rows.count);
     abandon(m_pfVoxelSelfWeight, rows.selfWeight);
@@ -193,18 +194,12 @@ int CTav3dMeshMappingArrary::getCutCellNeighborArraybyADTree()
     if (m_iDebugInfo != 0)
         std::cout << "-----get CutCell Mapping Arrary by ADTree-----\n";
     m_nCutCellNeighbor = mm::cutCellNeighbourTotal;
-    const int v = m_nVoxelNode;
     if (m_iPartInsertMode == 1 && m_pbVoxelPartInsertNode)
-        std::fill_n(m_pbVoxelPartInsertNode + 1, v, static_cast<unsigned char>(0));
+        std::fill_n(m_pbVoxelPartInsertNode + 1, m_nVoxelNode, static_cast<unsigned char>(0));
 
-    const int n = m_NNodeCultCell_;
-    mm::CutCellNeighbours rows = mm::findCutCellNeighbours({{m_pfCutCellX, n}, {m_pfCutCellY, n}, {m_pfCutCellZ, n}},
-                                                           {{m_pbCutCellPartNode, n}, {m_pbCutCellPartInsertNode, n}},
-                                                           {{{m_pfVoxelX, v}, {m_pfVoxelY, v}, {m_pfVoxelZ, v}},
-                                                            {{m_pbVoxelPartNode, v}, {m_pbVoxelPartInsertNode, v}},
-                                                            {m_piVoxelNodeOrgID, v},
-                                                            m_pVoxelADTree,
-                                                            m_Voxel_BasicElem_LengthSq},
+    const mm::VoxelTarget voxel{
+        View::voxelPoints(*this), View::voxelKinds(*this), {m_piVoxelNodeOrgID, m_nVoxelNode}, m_pVoxelADTree, m_Voxel_BasicElem_LengthSq};
+    mm::CutCellNeighbours rows = mm::findCutCellNeighbours(View::cutCellPoints(*this), View::cutCellSources(*this).kinds, voxel,
                                                            m_nCutCellSurfNode + m_nCutCellPartInsertNode);
     abandon(m_piCutCellNeighborIndex, rows.rowOfNode);
     m_ppiCutCellNeighbor = rows.neighbour.release();

@@ -4,7 +4,6 @@
 
 #include "cut_cell_neighbours.h"
 #include "mapping_array_view.h"
-#include "smoothing.h"
 #include "smoothing_setup.h"
 #include "tecplot_output.h"
 
@@ -13,6 +12,7 @@
 #include <fstream>
 
 namespace mm = tav3d::meshmapping;
+using View = CTav3dMeshMappingArrary_View;
 
 int CTav3dMeshMappingArrary::MappingVoxel2CutcellNodeResult(bool bSmooth, int nVoxelNode, int nCutCellNode, float* pVoxelResult,
                                                             float* pCutCellResult, float& fMax, float& fMin, float* pWork)
@@ -25,28 +25,17 @@ int CTav3dMeshMappingArrary::MappingVoxel2CutcellNodeResult(bool bSmooth, int nV
 
 void CTav3dMeshMappingArrary::GetVoxel2VoxelSmoothNodeResult_GaussWeighting_ByTorp(int nVoxelNode, float* pValue, float* pWork)
 {
-    const int n = m_nVoxelNode;
-    mm::smoothByGaussWeights(
-        {CTav3dMeshMappingArrary_View::voxelKinds(*this),
-         {m_piVoxelFixedNode, n},
-         {m_piVoxelNeighborIndex, m_piVoxelNeighborCount, m_ppiVoxelNeighbor, m_ppfVoxelNeighborWeight, m_pfVoxelSelfWeight}},
-        {pValue, nVoxelNode}, {pWork, nVoxelNode});
+    mm::smoothByGaussWeights(View::smoothingNodes(*this), {pValue, nVoxelNode}, {pWork, nVoxelNode});
 }
 
 void CTav3dMeshMappingArrary::GetVoxel2VoxelSmoothNodeResult_NodeAverage_ByTorp(int nVoxelNode, float* pValue, float* pWork)
 {
-    const int n = m_nVoxelNode;
-    mm::smoothByNodeAverage(
-        {CTav3dMeshMappingArrary_View::voxelKinds(*this),
-         {m_piVoxelFixedNode, n},
-         {m_piVoxelNeighborIndex, m_piVoxelNeighborCount, m_ppiVoxelNeighbor, m_ppfVoxelNeighborWeight, m_pfVoxelSelfWeight}},
-        {pValue, nVoxelNode}, {pWork, nVoxelNode});
+    mm::smoothByNodeAverage(View::smoothingNodes(*this), {pValue, nVoxelNode}, {pWork, nVoxelNode});
 }
 
 void CTav3dMeshMappingArrary::GetCutCell2VoxelMappingNodeResult_ByVelk(int nVoxelNode, int nCutCellNode, float* pVoxelResult,
                                                                        float* pCutCellResult, float& fMax, float& fMin)
 {
-    using View = CTav3dMeshMappingArrary_View;
     mm::pickUpNodeValues(View::cutCellSources(*this), View::voxelKinds(*this), View::rules(*this, m_iResultFileType, m_fResultMinValue),
                          {pVoxelResult, nVoxelNode}, {pCutCellResult, nCutCellNode}, fMax, fMin);
 }
@@ -116,10 +105,11 @@ int CTav3dMeshMappingArrary::SortCavityGatefaceNode(int nFace, int* face, int* c
 
 int CTav3dMeshMappingArrary::Initialize_SmoothData(int nPoint, double* x, double* y, double* z, double dSmoothLength2)
 {
-    m_nSmoothNode = nPoint;
     mm::SmoothingTable table =
         mm::buildSmoothingTable({{x, nPoint}, {y, nPoint}, {z, nPoint}}, dSmoothLength2, m_nSmoothMaxNeighbor, m_fPI);
+    // The count goes with the tables whose rows it counts: both change, or, when there is no memory, neither.
     // DELIBERATE smooth-tables-stay: the tables of an earlier call are not released.
+    m_nSmoothNode = nPoint;
     m_pSmoothADTree = table.tree.release();
     m_ppSmoothNeighborWeight = table.weight.release();
     m_ppiSmoothNeighbor = table.neighbour.release();
@@ -158,14 +148,14 @@ int CTav3dMeshMappingArrary::TecPlotVoxelSmoothValue(float** table, int iMesh)
     nodes.first = table[1];
     if (ofVoxelMesh)
     {
-        nodes.points = {{m_pfVoxelX, m_nVoxelNode}, {m_pfVoxelY, m_nVoxelNode}, {m_pfVoxelZ, m_nVoxelNode}};
+        nodes.points = View::voxelPoints(*this);
         nodes.nodeTotal = m_nVoxelResultNode;
         // DELIBERATE tecplot-voxel-temp: the second item of the voxel table is not written; its column is 0.
         nodes.second = nullptr;
     }
     else
     {
-        nodes.points = {{m_pfCutCellX, m_NNodeCultCell_}, {m_pfCutCellY, m_NNodeCultCell_}, {m_pfCutCellZ, m_NNodeCultCell_}};
+        nodes.points = View::cutCellPoints(*this);
         nodes.nodeTotal = m_NNodeCultCell_;
         nodes.second = table[2];
     }

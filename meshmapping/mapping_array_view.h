@@ -4,6 +4,7 @@
 
 #include "Tav3dMeshMappingArrary.h"
 #include "node_mapping.h"
+#include "smoothing.h"
 
 struct CTav3dMeshMappingArrary_View
 {
@@ -48,6 +49,14 @@ struct CTav3dMeshMappingArrary_View
                 {{o.m_pbCutCellPartNode, n}, {o.m_pbCutCellPartInsertNode, n}},
                 o.m_piCutCellNeighborIndex,
                 o.m_ppiCutCellNeighbor};
+    }
+
+    static tav3d::meshmapping::SmoothingNodes smoothingNodes(const Object& o)
+    {
+        return {
+            voxelKinds(o),
+            {o.m_piVoxelFixedNode, o.m_nVoxelNode},
+            {o.m_piVoxelNeighborIndex, o.m_piVoxelNeighborCount, o.m_ppiVoxelNeighbor, o.m_ppfVoxelNeighborWeight, o.m_pfVoxelSelfWeight}};
     }
 
     /// The rules for a result file of kind `fileType`: values are substituted in files of cooling alone (".q7c", ".q7hc"), which have none where a

@@ -45,10 +45,10 @@ void pickUpNodeValues(const CutCellSources& cutCell, const NodeKinds& voxelKinds
                 cutCellValue[j] = rules.substituteValue;
             continue;
         }
+        const float picked = voxelValue[cutCell.voxelNode[j]]; // read first: nothing that is stored may change it
         cutCellValue[j] = source.rule == PickUpRule::WrongKind ? rules.substituteValue : voxelValue[source.voxelNode];
 
         // DELIBERATE range-of-picked-values: the range takes the assigned node's value, not the one that was stored.
-        const float picked = voxelValue[cutCell.voxelNode[j]];
         if (picked > max)
             max = picked;
         if (picked < min)

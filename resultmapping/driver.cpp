@@ -120,9 +120,58 @@ std::unique_ptr<float[]> throughIDMap(const float* full, int nNode, const int* i
     return compact;
 }
 
-constexpr int moldBaseNodeType = 3;
-constexpr int partSurfaceNodeType = 5;
-constexpr int coolingSolver = 2;
+/// The description of the source, as it goes into the target before the result types are settled.
+void writeDescription(CBinaryInform& target, CTAV3DResultWriter_Manipulator& writer, double fillingTime)
+{
+    CBinaryWriteTools::WriteHeadFileInfo_time(target, writer, fillingTime);
+    CBinaryWriteTools::WriteCoolInfo(target, writer);
+    CBinaryWriteTools::WriteMultipleTimeStepOutputInfo(target, writer);
+    CBinaryWriteTools::WriteResultItemInfo(target, writer);
+}
+
+/// The node lists of the ID maps that are made anew for the cut-cell mesh; absent where no map is needed.
+struct IDMaps
+{
+    std::unique_ptr<int[]> moldBase;
+    std::unique_ptr<int[]> partSurface;
+};
+
+/// Makes and registers the ID maps that the items ask for; that of the part surface is known to cooling results alone.
+IDMaps makeIDMaps(CTav3dMeshMappingArrary& mapping, CBinaryInform& target, int solver)
+{
+    constexpr int moldBaseNodeType = 3;
+    constexpr int partSurfaceNodeType = 5;
+    constexpr int coolingSolver = 2;
+    IDMaps maps;
+    if (hasItemOfType(target, moldBaseNodeType))
+    {
+        int count = 0;
+        maps.moldBase.reset(mapping.CreateNodeReNumberArray_Cutcell_PartInsert(count));
+        registerIDMap(target, moldBaseNodeType, count, maps.moldBase.get());
+    }
+    if (solver == coolingSolver && hasItemOfType(target, partSurfaceNodeType))
+    {
+        int count = 0;
+        maps.partSurface.reset(mapping.CreateNodeReNumberArray_Cutcell_PartSruf(count));
+        registerIDMap(target, partSurfaceNodeType, count, maps.partSurface.get());
+    }
+    return maps;
+}
+
+/// Writes a mapped item, and tells whether that was done through an ID map.
+bool writeMapped(CTAV3DResultWriter_Manipulator& writer, CBinaryInform& target, const CBinaryResultItem& item, float* output, int nNode)
+{
+    const int resultType = item.m_iResultType;
+    if (!target.IfUseResultDataIDMap(resultType))
+    {
+        writer.WriteResultItem(item.m_iResultItemID, output);
+        return false;
+    }
+    const int count = CBinaryWriteTools::GetResultItemDimension(resultType, target);
+    const int* ids = CBinaryWriteTools::GetResultItemMappingIDArray(resultType, target);
+    writer.WriteResultItem(item.m_iResultItemID, throughIDMap(output, nNode, ids, count).get());
+    return true;
+}
 
 } // namespace
 
@@ -155,29 +204,13 @@ int CTav3dQ7XMapping_Voxel2CutCell::Voxel2CutCellResult(std::string& voxelResult
     CBinaryInform target;
     CBinaryWriteTools::GetBinaryInform(source, reader, 0);
     CBinaryWriteTools::GetBinaryInform(target, reader, 0);
-    CBinaryWriteTools::WriteHeadFileInfo_time(target, writer, m_dFillingTime);
-    CBinaryWriteTools::WriteCoolInfo(target, writer);
-    CBinaryWriteTools::WriteMultipleTimeStepOutputInfo(target, writer);
-    CBinaryWriteTools::WriteResultItemInfo(target, writer);
+    writeDescription(target, writer, m_dFillingTime);
     const std::size_t nItem = target.m_ResultItem.size();
     const auto max = std::make_unique<float[]>(nItem);
     const auto min = std::make_unique<float[]>(nItem);
     writer.SetMultipleTimeStepMode(m_iMultipleTimeStepMode);
 
-    std::unique_ptr<int[]> moldBaseIDs;
-    if (hasItemOfType(target, moldBaseNodeType))
-    {
-        int count = 0;
-        moldBaseIDs.reset(m_pMeshMapping->CreateNodeReNumberArray_Cutcell_PartInsert(count));
-        registerIDMap(target, moldBaseNodeType, count, moldBaseIDs.get());
-    }
-    std::unique_ptr<int[]> partSurfaceIDs;
-    if (m_SolverType == coolingSolver && hasItemOfType(target, partSurfaceNodeType))
-    {
-        int count = 0;
-        partSurfaceIDs.reset(m_pMeshMapping->CreateNodeReNumberArray_Cutcell_PartSruf(count));
-        registerIDMap(target, partSurfaceNodeType, count, partSurfaceIDs.get());
-    }
+    const IDMaps idMaps = makeIDMaps(*m_pMeshMapping, target, m_SolverType); // they stand until the files are closed
     CBinaryWriteTools::WriteResultTypeInfo(target, writer);
     CBinaryWriteTools::WriteResultDataIDMap(target, writer);
     writer.SetHasVentingResult(reader.GetHasVentingResult());
@@ -227,17 +260,12 @@ int CTav3dQ7XMapping_Voxel2CutCell::Voxel2CutCellResult(std::string& voxelResult
             cutCellCapture.add(output.get(), nCutCellNode);
         }
 
-        if (!target.IfUseResultDataIDMap(resultType))
+        if (writeMapped(writer, target, item, output.get(), nCutCellNode))
         {
-            writer.WriteResultItem(itemId, output.get());
-            continue;
+            // DELIBERATE map-items-keep-extremes: those that the voxel file records, not those of what was picked up.
+            max[k] = item.m_fMax;
+            min[k] = item.m_fMin;
         }
-        const int count = CBinaryWriteTools::GetResultItemDimension(resultType, target);
-        const int* ids = CBinaryWriteTools::GetResultItemMappingIDArray(resultType, target);
-        writer.WriteResultItem(itemId, throughIDMap(output.get(), nCutCellNode, ids, count).get());
-        // DELIBERATE map-items-keep-extremes
-        max[k] = item.m_fMax;
-        min[k] = item.m_fMin;
     }
 
     writer.SetMaxMinInfo(max.get(), min.get());

@@ -1,4 +1,5 @@
-// What the mapping object releases and what it leaves: every array of the library comes from array-new, so this program counts them.
+// What the mapping object releases and what it leaves: every array of the library comes from array-new, so this program counts them. It also counts
+// every call of new, to see where none is made.
 
 #include "Tav3dMeshMappingArrary.h"
 
@@ -22,14 +23,38 @@
 
 namespace
 {
-long liveArrays = 0; // allocated by new[] and not released
-}
+long liveArrays = 0;          // allocated by new[] and not released
+long allocations = 0;         // by new and new[]
+long arraysUntilFailure = -1; // new[] fails once when it has counted down to 0; negative: never
 
-TAV3D_NOINLINE void* operator new[](std::size_t size)
+void* allocate(std::size_t size)
 {
     void* memory = std::malloc(size != 0 ? size : 1);
     if (memory == nullptr)
         throw std::bad_alloc();
+    ++allocations;
+    return memory;
+}
+} // namespace
+
+TAV3D_NOINLINE void* operator new(std::size_t size)
+{
+    return allocate(size);
+}
+TAV3D_NOINLINE void operator delete(void* memory) noexcept
+{
+    std::free(memory);
+}
+TAV3D_NOINLINE void operator delete(void* memory, std::size_t) noexcept
+{
+    std::free(memory);
+}
+
+TAV3D_NOINLINE void* operator new[](std::size_t size)
+{
+    if (arraysUntilFailure >= 0 && arraysUntilFailure-- == 0)
+        throw std::bad_alloc();
+    void* memory = allocate(size);
     ++liveArrays;
     return memory;
 }
@@ -154,18 +179,17 @@ TEST(MappingOwnership, work_arrays_of_the_readers_are_null_between_calls)
     EXPECT_EQ(Inspector::m_ppiVoxelPartInsert(mapped.object), nullptr);
 }
 
-TEST(MappingOwnership, results_are_mapped_without_any_array)
+TEST(MappingOwnership, results_are_mapped_and_smoothed_without_any_allocation)
 {
     MappedModel mapped(plateWithInsertModel(), 1, 0);
     std::vector<float> voxel(253, 1.0f), cutCell(253), work(253);
     float max = -1.0e30f, min = 1.0e30f;
-    EXPECT_EQ(arraysLeftBy(
-                  [&]
-                  {
-                      for (int k = 0; k < 3; ++k)
-                          mapped.object.MappingVoxel2CutcellNodeResult(true, 252, 252, voxel.data(), cutCell.data(), max, min, work.data());
-                  }),
-              0);
+    const long before = allocations;
+    mapped.object.MappingVoxel2CutcellNodeResult(true, 252, 252, voxel.data(), cutCell.data(), max, min, work.data());
+    mapped.object.MappingVoxel2CutcellNodeResult(false, 252, 252, voxel.data(), cutCell.data(), max, min, work.data());
+    Inspector::average(mapped.object, 252, voxel.data(), work.data());
+    EXPECT_EQ(allocations, before);
+    EXPECT_GT(before, 0) << "or nothing was counted";
 }
 
 TEST(MappingOwnership, host_smoothing_keeps_one_scratch_array_however_often_it_runs)
@@ -194,6 +218,26 @@ TEST(MappingOwnership, a_second_point_set_leaves_the_tables_of_the_first)
             object.Initialize_SmoothData(10, x.data(), x.data(), x.data(), 1.0);
         });
     EXPECT_EQ(left, 2 * (60 + 2) + 1);
+}
+
+TEST(MappingOwnership, a_larger_point_set_that_memory_does_not_suffice_for_leaves_the_object_as_it_was)
+{
+    std::vector<double> x(201, 0.0), value(201, 1.0);
+    EXPECT_EQ(arraysLeftBy(
+                  [&]
+                  {
+                      CTav3dMeshMappingArrary object;
+                      object.Initialize_SmoothData(60, x.data(), x.data(), x.data(), 1.0);
+                      for (const long arrays : {0, 1, 100, 250, 404}) // the last: only the array of flags is missing
+                      {
+                          arraysUntilFailure = arrays;
+                          EXPECT_THROW(object.Initialize_SmoothData(200, x.data(), x.data(), x.data(), 1.0), std::bad_alloc);
+                          EXPECT_EQ(arraysUntilFailure, -1);
+                      }
+                      EXPECT_EQ(Inspector::m_nSmoothNode(object), 60) << "it counts the rows that there are";
+                      EXPECT_EQ(object.MultiplySmoothData(value.data(), value.data(), 1), 1);
+                  }),
+              0);
 }
 
 // DELIBERATE test-arrays-stay

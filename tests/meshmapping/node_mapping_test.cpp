@@ -154,6 +154,22 @@ TEST(PickUp, stored_values_do_not_widen_the_range)
     EXPECT_EQ(substituted.min, -5.0f);
 }
 
+// DELIBERATE range-of-picked-values
+TEST(PickUp, the_picked_value_is_read_before_the_result_is_stored_over_it)
+{
+    OneNode node;
+    std::vector<float> both{100, 1, 2, 3, 4, 5}; // voxel values and result in one array
+    const std::vector<int> assigned{0, 1};
+    const std::vector<unsigned char> onPart{0, 1};
+    const std::vector<const int*> rows{node.neighbour[0].data(), node.neighbour[1].data()};
+    pickUpNodeValues(
+        {{assigned.data(), 1}, {node.region.data(), 1}, {{onPart.data(), 1}, {node.insert.data(), 1}}, node.rowOfNode.data(), rows.data()},
+        {{node.voxelPart.data(), 5}, {node.voxelInsert.data(), 5}}, node.rules, {both.data(), 5}, {both.data(), 1}, node.max, node.min);
+    EXPECT_EQ(both[1], 4.0f);
+    EXPECT_EQ(node.max, 1.0f);
+    EXPECT_EQ(node.min, 1.0f);
+}
+
 TEST(PickUp, the_range_accumulates_over_calls)
 {
     OneNode node;

@@ -222,9 +222,11 @@ TEST(GaussSmoothing, without_values_nothing_happens)
 TEST(GaussSmoothing, a_negative_number_of_values_is_none)
 {
     const SmoothingNodes nodes;
-    smoothByGaussWeights(nodes, {nullptr, -1}, {nullptr, -1});
-    smoothByNodeAverage(nodes, {nullptr, -1}, {nullptr, -1});
-    SUCCEED(); // no entry was touched
+    std::vector<float> value{5, 6}, work{7, 8};
+    smoothByGaussWeights(nodes, {value.data(), -1}, {work.data(), -1});
+    smoothByNodeAverage(nodes, {value.data(), -1}, {work.data(), -1});
+    EXPECT_EQ(value, (std::vector<float>{5, 6}));
+    EXPECT_EQ(work, (std::vector<float>{7, 8}));
 }
 
 TEST(NodeAverage, is_one_pass_that_sees_the_values_it_has_already_made)

@@ -13,6 +13,9 @@
 #include <algorithm>
 #include <cstring>
 #include <filesystem>
+#include <functional>
+#include <tuple>
+#include <type_traits>
 
 using namespace tav3d::test;
 using tav3d::opensuite::MeshModel;
@@ -21,18 +24,31 @@ using tav3d::opensuite::MeshModel;
 struct Tav3dQ7XMappingTestAccess
 {
     using Driver = CTav3dQ7XMapping_Voxel2CutCell;
+    /// The fields, in the order in which hosts know them.
+    static auto fields(const Driver& d)
+    {
+        return std::tie(d.m_iMappingMode, d.m_pSmoothWork, d.m_iDebugMode, d.m_iTecplotOutput, d.m_iDebugPrint, d.m_bSetParameters,
+                        d.m_iMultipleTimeStepMode, d.m_dFillingTime, d.m_pMeshMapping, d.m_eFileType, d.m_SolverType);
+    }
     static bool isCavity(Driver& driver, int fileType, int item, bool& flag)
     {
         driver.m_eFileType = static_cast<Driver::eResultFileType>(fileType);
         return driver.IfCavityResult(item, flag);
     }
     static int fileType(const Driver& driver) { return driver.m_eFileType; }
-    static int solver(const Driver& driver) { return driver.m_SolverType; }
     static const void* mapping(const Driver& driver) { return driver.m_pMeshMapping; }
     static void forgetMapping(Driver& driver) { driver.m_pMeshMapping = nullptr; }
     static void pretendConfigured(Driver& driver) { driver.m_bSetParameters = true; }
     static void printDiagnostics(Driver& driver) { driver.m_iDebugPrint = 1; }
     static int classify(Driver& driver, const std::string& file) { return driver.GetFileType(file); }
+    static std::string extension(Driver& driver, const std::string& file) { return driver.GetExtendFilename(file); }
+    static int deleteFile(Driver& driver, const char* file) { return driver.COM_DeleteFile(file); }
+    static int moveAside(Driver& driver, const char* file, std::string& newName) { return driver.RenameVoxelQ7XFile(file, newName); }
+    static bool ofQ7F(Driver& driver, int item, bool& flag) { return driver.IfCavityResult_Q7F(item, flag); }
+    static bool ofQ7P(Driver& driver, int item, bool& flag) { return driver.IfCavityResult_Q7P(item, flag); }
+    static bool ofQ7C(Driver& driver, int item, bool& flag) { return driver.IfCavityResult_Q7C(item, flag); }
+    static bool ofRSC(Driver& driver, int item, bool& flag) { return driver.IfCavityResult_RSC(item, flag); }
+    static bool ofRSF(Driver& driver, int item, bool& flag) { return driver.IfCavityResult_RSF(item, flag); }
 };
 using Access = Tav3dQ7XMappingTestAccess;
 
@@ -164,16 +180,26 @@ void expectMapped(const std::string& file, const MeshModel& model, const std::ve
 TEST(Driver, is_unconfigured_after_construction)
 {
     const CTav3dQ7XMapping_Voxel2CutCell driver;
-    EXPECT_EQ(Access::fileType(driver), 5);
-    EXPECT_EQ(Access::solver(driver), 3);
-    EXPECT_EQ(Access::mapping(driver), nullptr);
+    EXPECT_EQ(Access::fields(driver), std::make_tuple(0, nullptr, 0, 0, 0, false, 1, 0.0, nullptr, 5, 3));
 }
 
-TEST(Driver, setters_return_1)
+TEST(Driver, keeps_its_fields_in_their_order)
+{
+    const CTav3dQ7XMapping_Voxel2CutCell driver;
+    const auto addresses =
+        std::apply([](const auto&... field) { return std::vector{reinterpret_cast<std::uintptr_t>(&field)...}; }, Access::fields(driver));
+    EXPECT_GT(addresses.front(), reinterpret_cast<std::uintptr_t>(&driver)) << "the virtual table stands first";
+    EXPECT_TRUE(std::is_sorted(addresses.begin(), addresses.end(), std::less_equal<>()));
+    static_assert(std::has_virtual_destructor_v<CTav3dQ7XMapping_Voxel2CutCell>);
+}
+
+TEST(Driver, setters_store_and_return_1)
 {
     CTav3dQ7XMapping_Voxel2CutCell driver;
     EXPECT_EQ(driver.SetMultipleTimeStepMode(2), 1);
-    EXPECT_EQ(driver.DebugControl(1, 0), 1);
+    EXPECT_EQ(driver.DebugControl(3, 4), 1);
+    driver.Setfillingtime(1.5);
+    EXPECT_EQ(Access::fields(driver), std::make_tuple(0, nullptr, 3, 4, 0, false, 2, 1.5, nullptr, 5, 3));
 }
 
 TEST(Driver, mapping_before_a_mesh_is_set_gives_2_and_prints_nothing)
@@ -216,6 +242,40 @@ TEST(Driver, unknown_type_knows_no_item_and_leaves_the_flag_alone)
     EXPECT_TRUE(flag);
     EXPECT_TRUE(Access::isCavity(driver, 3, 6, flag));
     EXPECT_FALSE(flag);
+}
+
+TEST(Driver, each_file_kind_has_its_own_form_of_the_item_rule)
+{
+    CTav3dQ7XMapping_Voxel2CutCell driver; // of the unknown type: the forms do not ask for it
+    struct Form
+    {
+        bool (*known)(CTav3dQ7XMapping_Voxel2CutCell&, int, bool&);
+        int fileType;
+    };
+    for (const Form& form : {Form{Access::ofQ7F, 0}, {Access::ofQ7P, 1}, {Access::ofQ7C, 2}, {Access::ofRSC, 3}, {Access::ofRSF, 6}})
+        for (int item = 0; item <= 60; ++item)
+        {
+            CTav3dQ7XMapping_Voxel2CutCell typed;
+            bool flag = false, expected = false;
+            EXPECT_EQ(form.known(driver, item, flag), Access::isCavity(typed, form.fileType, item, expected)) << "item " << item;
+            EXPECT_EQ(flag, expected) << "type " << form.fileType << ", item " << item;
+        }
+}
+
+TEST(Driver, removes_and_moves_files_by_the_rules_of_their_names)
+{
+    CTav3dQ7XMapping_Voxel2CutCell driver;
+    const ScratchFolder folder;
+    const std::string file = folder.file("part.q7f");
+    EXPECT_EQ(Access::extension(driver, file), ".q7f");
+    writeBytes(file, "voxel values");
+    writeBytes(folder.file("part_vox.q7f"), "older ones");
+    std::string newName;
+    EXPECT_EQ(Access::moveAside(driver, file.c_str(), newName), 1);
+    EXPECT_EQ(newName, folder.file("part_vox.q7f"));
+    EXPECT_EQ(readBytes(newName), "voxel values");
+    EXPECT_EQ(Access::deleteFile(driver, newName.c_str()), 0);
+    EXPECT_EQ(folder.entries(), 0);
 }
 
 TEST(Driver, diagnostics_print_extension_solver_and_type)
@@ -345,6 +405,23 @@ TEST_F(DriverTest, target_that_cannot_be_opened_gives_minus_1_and_two_lines)
               " FileName = " + target + ", Error = -2\n Cannot open result file for mapping result in Orvel project.\n");
 }
 
+TEST_F(DriverTest, file_that_cannot_be_moved_aside_gives_minus_1_and_one_line)
+{
+    prepare(tav3d::test::plateModel(), 0);
+    CTav3dQ7XMapping_Voxel2CutCell driver;
+    testing::internal::CaptureStdout();
+    driver.SetParameters(mesh.c_str(), 0, 0);
+    testing::internal::GetCapturedStdout();
+    std::string missing = folder.file("missing.q7f");
+    writeBytes(folder.file("missing_vox.q7f"), "in the way"); // removed at the first try, so that the test need not wait
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(driver.Voxel2CutCellResult(missing, 0), -1);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "") << "no file was opened";
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "Error renaming Vox file: Permission denied.\n");
+    EXPECT_FALSE(std::filesystem::exists(missing));
+}
+
 TEST_F(DriverTest, name_without_a_dot_is_out_of_range_and_nothing_moves)
 {
     prepare(tav3d::test::plateModel(), 0);
@@ -352,8 +429,16 @@ TEST_F(DriverTest, name_without_a_dot_is_out_of_range_and_nothing_moves)
     testing::internal::CaptureStdout();
     driver.SetParameters(mesh.c_str(), 0, 0);
     testing::internal::GetCapturedStdout();
-    std::string source = "/result without a dot";
+    std::string source = folder.file("result");
+    ASSERT_EQ(source.find('.'), std::string::npos) << "the folder for temporary files must not have a dot in its name";
+    writeBytes(source, "what stands there");
+    const auto entries = folder.entries();
+    std::string target = folder.file("target.q7f");
     EXPECT_THROW(driver.Voxel2CutCellResult(source, 0), std::out_of_range);
+    std::filesystem::copy_file(result, source, std::filesystem::copy_options::overwrite_existing);
+    EXPECT_THROW(driver.Voxel2CutCellResult(source, target, 0), std::out_of_range);
+    EXPECT_EQ(readBytes(source), readBytes(result));
+    EXPECT_EQ(folder.entries(), entries);
 }
 
 TEST_F(DriverTest, extension_outside_of_the_table_copies_every_item_unmapped)
@@ -401,6 +486,19 @@ TEST_F(DriverTest, tecplot_output_captures_items_1_and_6)
         EXPECT_EQ(first, items[0].value[n]) << "node " << n;
         EXPECT_EQ(second, items[1].value[n]) << "node " << n;
     }
+}
+
+TEST_F(DriverTest, second_model_that_is_missing_leaves_the_driver_unconfigured)
+{
+    prepare(tav3d::test::plateModel(), 0);
+    CTav3dQ7XMapping_Voxel2CutCell driver;
+    testing::internal::CaptureStdout();
+    driver.SetParameters(mesh.c_str(), 1, 0);
+    EXPECT_EQ(driver.SetParameters(folder.file("missing.krn").c_str(), 1, 0), 0);
+    const std::string bytes = readBytes(result);
+    EXPECT_EQ(driver.Voxel2CutCellResult(result, 0), 2);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    EXPECT_EQ(readBytes(result), bytes) << "nothing has moved";
 }
 
 TEST_F(DriverTest, second_model_replaces_the_first)

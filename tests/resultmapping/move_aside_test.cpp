@@ -1,9 +1,9 @@
 #include "resultmapping/move_aside.h"
 
+#include "support/scratch_folder.h"
+
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
 #include <stdexcept>
 #include <vector>
 
@@ -92,17 +92,11 @@ TEST(MoveAside, fifth_failing_rename_prints_the_message_and_gives_minus_1)
 
 TEST(MoveAside, existing_vox_file_is_replaced_by_the_moved_file)
 {
-    const auto folder = std::filesystem::temp_directory_path() / "tav3d_move_aside_test";
-    std::filesystem::remove_all(folder);
-    std::filesystem::create_directories(folder);
-    std::ofstream(folder / "part.q7f") << "new";
-    std::ofstream(folder / "part_vox.q7f") << "old";
-
-    const std::string name = (folder / "part.q7f").string();
+    const tav3d::test::ScratchFolder folder;
+    const std::string name = folder.file("part.q7f");
+    tav3d::test::writeBytes(name, "new");
+    tav3d::test::writeBytes(folder.file("part_vox.q7f"), "old");
     EXPECT_EQ(moveAside(name.c_str(), voxelFileName(name), systemFileCalls()), 1);
-    EXPECT_FALSE(std::filesystem::exists(folder / "part.q7f"));
-    std::string content;
-    std::ifstream(folder / "part_vox.q7f") >> content;
-    EXPECT_EQ(content, "new");
-    std::filesystem::remove_all(folder);
+    EXPECT_EQ(tav3d::test::readBytes(folder.file("part_vox.q7f")), "new");
+    EXPECT_EQ(folder.entries(), 1) << "the old name is free";
 }
