@@ -153,12 +153,13 @@ TEST(DenseLu, column_without_comparable_candidates_keeps_the_diagonal_row)
 TEST(DenseLu, decomposition_is_the_one_worked_out_by_hand_bit_for_bit)
 {
     // Crout's sums written out: u_12 = a_12 - l_10 u_02 and so on, one product at a time.
-    const Matrix m = {{0.7, 0.1, 0.3}, {0.2, 0.9, 0.6}, {0.4, 0.35, 1.1}};
+    const Matrix m = {{0.7, 0.1, 0.3}, {0.3, 0.9, 0.6}, {0.4, 0.35, 1.1}};
     const Decomposed lu(m);
-    // scaled candidates of column 0: 1, 0.22, 0.36; of column 1: 0.87.. / 0.9 and 0.29.. / 1.1: no exchange at all
+    // scaled candidates of column 0: 1, 0.33, 0.36; of column 1: 0.85.. / 0.9 and 0.29.. / 1.1: no exchange at all
     ASSERT_EQ(lu.indx[0], 0);
     ASSERT_EQ(lu.indx[1], 1);
-    const double l10 = 0.2 * (1.0 / 0.7);
+    const double l10 = 0.3 * (1.0 / 0.7);
+    ASSERT_NE(l10, 0.3 / 0.7) << "multiplied by the reciprocal, not divided";
     const double l20 = 0.4 * (1.0 / 0.7);
     const double u11 = 0.9 - l10 * 0.1;
     const double l21 = (0.35 - l20 * 0.1) * (1.0 / u11);

@@ -509,10 +509,10 @@ TEST(PointSearchTree, range_search_agrees_with_comparing_every_point)
     std::mt19937 random(13);
     std::uniform_int_distribution<int> at(0, 16);
     std::uniform_real_distribution<double> shift(0, 1.0 / 64);
-    for (const double uneven : {0.0, 1.0})
+    for (const auto& [uneven, scale] : {std::pair{0.0, 1.0}, std::pair{1.0, 1.0}, std::pair{1.0, 0.01}})
     {
         CPointSearchTree tree = unitTree();
-        const auto coordinate = [&] { return at(random) / 16.0 + uneven * shift(random); };
+        const auto coordinate = [&, u = uneven, s = scale] { return s * (at(random) / 16.0 + u * shift(random)); };
         for (int i = 0; i < 1000; ++i)
         {
             const double x = coordinate(), y = coordinate(), z = coordinate();
