@@ -60,8 +60,13 @@ void mapFiles(const Arguments& arguments)
         }
         tell(outcome, arguments.json);
         allMapped = allMapped && outcome.failure.empty();
-        if (facts)
-            facts->add(outcome);
+        if (!facts)
+            continue;
+        if (const std::string unreadable = facts->add(outcome); !unreadable.empty())
+        {
+            std::cerr << "tav3d: error: " << unreadable << '\n';
+            allMapped = false;
+        }
     }
     if (arguments.json)
         std::cout << mappingReportJson(facts->report());

@@ -213,7 +213,7 @@ MapFacts::MapFacts(const std::string& meshFile, const MapOptions& options, const
     cutCellNodeOfPoint_ = std::move(cutCell.nodeOfPoint);
 }
 
-void MapFacts::add(const MapOutcome& outcome)
+std::string MapFacts::add(const MapOutcome& outcome)
 {
     FileReport file;
     file.source = outcome.voxelFile.string();
@@ -223,9 +223,23 @@ void MapFacts::add(const MapOutcome& outcome)
     const std::string extension = outcome.task.source.extension().string();
     file.kind = kindInWords(resultmapping::kindOfExtension(extension).type);
     report_.stages.push_back({"map " + outcome.task.source.filename().string(), outcome.seconds});
+    std::string unreadable;
     if (!file.failed)
-        addItems(outcome, file);
+    {
+        try
+        {
+            addItems(outcome, file);
+        }
+        catch (const std::exception& error)
+        {
+            unreadable = error.what();
+            file.failed = true;
+            file.reason = unreadable;
+            file.items.clear();
+        }
+    }
     report_.files.push_back(std::move(file));
+    return unreadable;
 }
 
 void MapFacts::addItems(const MapOutcome& outcome, FileReport& file) const

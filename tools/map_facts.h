@@ -17,8 +17,8 @@ public:
     /// `withSurfaces`: read the surfaces of both meshes for the page's view, too (JSON does without). Throws FileError when the mesh file cannot be read.
     MapFacts(const std::string& meshFile, const MapOptions& options, const MapSession& session, bool withSurfaces);
 
-    /// Adds a file. Throws std::runtime_error when a mapped file cannot be read again.
-    void add(const MapOutcome& outcome);
+    /// Adds a file. One that was mapped and cannot be read again now is listed as failed; the answer tells why, and is empty when all went well.
+    [[nodiscard]] std::string add(const MapOutcome& outcome);
 
     [[nodiscard]] const MappingReport& report() const noexcept { return report_; }
 

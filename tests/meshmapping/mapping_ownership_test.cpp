@@ -41,6 +41,11 @@ TAV3D_NOINLINE void* operator new(std::size_t size)
 {
     return allocate(size);
 }
+TAV3D_NOINLINE void* operator new(std::size_t size, const std::nothrow_t&) noexcept // a sanitizer's own would not go with the delete below
+{
+    ++allocations;
+    return std::malloc(size != 0 ? size : 1);
+}
 TAV3D_NOINLINE void operator delete(void* memory) noexcept
 {
     std::free(memory);

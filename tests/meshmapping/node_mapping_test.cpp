@@ -100,6 +100,8 @@ TEST(PickUp, an_override_beyond_the_values_leaves_what_the_rules_gave)
     EXPECT_EQ(node.pickUp(), 2.0f);
     node.region[1] = 1;
     EXPECT_EQ(node.pickUp(), -77.0f);
+    node.voxelValue.push_back(4); // and now it has one, the last
+    EXPECT_EQ(node.pickUp(), 4.0f);
 }
 
 TEST(PickUp, a_row_without_neighbours_reads_entry_zero)

@@ -179,7 +179,6 @@ TEST(SmoothingSetup, without_points_there_is_an_empty_table)
     EXPECT_EQ(smoothed(table, {9.0}, 5), (std::vector<double>{0.0}));
 }
 
-// DELIBERATE smooth-range-not-widened-in-x
 TEST(SmoothingSetup, points_at_the_ends_of_the_range_along_x_are_found)
 {
     const auto table = line(50).table(); // all points in one plane: a range without width along y and z, exact along x

@@ -143,6 +143,16 @@ TEST(VoxelReading, cubes_have_the_square_of_their_edge_times_scale_as_element_le
     EXPECT_EQ(Reading(half).mesh.elementLengthSquared, 0.25f);
 }
 
+TEST(VoxelReading, the_mean_length_is_divided_and_squared_in_single_precision)
+{
+    MeshModel model = test::unitCubes(3, 1, 1);
+    model.scaleFactor = 0.03;
+    const double sum = 0.0899999998509885; // of the three edges, as their rounded coordinates give it
+    const float mean = static_cast<float>(sum) / 3.0f;
+    EXPECT_EQ(Reading(model).mesh.elementLengthSquared, mean * mean);
+    EXPECT_NE(mean * mean, static_cast<float>(sum / 3 * (sum / 3))) << "the case must tell the two apart";
+}
+
 TEST(VoxelReading, without_plastic_elements_the_element_length_is_no_number)
 {
     MeshModel model = test::unitCube();

@@ -545,6 +545,32 @@ TEST_F(DriverTest, node_without_a_voxel_node_carries_the_value_of_the_item_befor
     }
 }
 
+TEST_F(DriverTest, node_without_a_voxel_node_gets_the_recorded_minimum_of_a_cooling_item)
+{
+    prepare(tav3d::test::plateModel(), 2);
+    MeshModel small = model;
+    small.voxel.x.resize(100); // as above: cut-cell nodes 101.. have no voxel node
+    const std::vector<VoxelItem> smallItems{{1, 1, field(100, 1), 70.0f, -70.0f}, {2, 1, field(100, 2), 80.0f, -80.0f}};
+    writeVoxelResult(result, "", small, smallItems);
+
+    CTav3dQ7XMapping_Voxel2CutCell driver;
+    testing::internal::CaptureStdout();
+    driver.SetParameters(mesh.c_str(), 0, 0);
+    std::string target = folder.file("target.q7c");
+    ASSERT_EQ(driver.Voxel2CutCellResult(result, target, 0), 1);
+    testing::internal::GetCapturedStdout();
+
+    CTAV3DResultReader_Manipulator reader;
+    ASSERT_EQ(reader.BeginReading(target.c_str(), nullptr), 0);
+    for (const VoxelItem& item : smallItems)
+    {
+        std::vector<float> value(253);
+        ASSERT_EQ(reader.GetResultItem(item.number, value.data()), 0);
+        for (std::size_t n = 1; n <= 252; ++n)
+            EXPECT_EQ(value[n], n <= 100 ? item.value[n] : item.recordedMin) << "node " << n;
+    }
+}
+
 // DELIBERATE driver-shallow-copy
 TEST_F(DriverTest, copy_and_assignment_share_the_mapping_object)
 {
