@@ -15,4 +15,4 @@ headers=$(git ls-files '*.h' .clang-tidy CMakeLists.txt '*/CMakeLists.txt' | xar
 git ls-files interpolation meshmapping resultmapping opensuite tools | grep '\.cpp$' | while read -r source; do
   stamp="$stamps/$(cat "$source" <(echo "$headers $source") | sha256sum | cut -c1-32)"
   [ -e "$stamp" ] || printf '%s\0%s\0' "$source" "$stamp"
-done | xargs -0 -r -n 2 -P "$(nproc)" sh -c 'clang-tidy --quiet -p "build/'"$preset"'" "$1" 2>/dev/null && touch "$2" || { echo "clang-tidy: $1 failed" >&2; exit 255; }' lint
+done | xargs -0 -r -n 2 -P "$(nproc)" sh -c 'clang-tidy --quiet -p "build/'"$preset"'" "$1" 2>/dev/null && touch "$2" || { echo "clang-tidy: $1 failed" >&2; exit 1; }' lint

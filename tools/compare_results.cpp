@@ -98,7 +98,7 @@ void compareTypes(Description& d, const CBinaryInform& a, const CBinaryInform& b
         for (const auto& [number, type] : inform->m_ResultType)
             numbers.push_back(number);
     std::ranges::sort(numbers);
-    numbers.erase(std::ranges::unique(numbers).begin(), numbers.end());
+    numbers.erase(std::unique(numbers.begin(), numbers.end()), numbers.end());
     for (const int number : numbers)
     {
         const std::string what = "result type " + std::to_string(number);
