@@ -26,5 +26,5 @@ echo "== The results, smoothed and carried to the cut-cell mesh"
 echo
 echo "Look at:"
 echo "  $PWD/report.html          the mapping report, in any browser"
-echo "  $PWD/mapped/*.q7*, *.rs*  the mapped results; ParaView opens them as CGNS files"
-echo "  $tav3d info mapped/*      what is in them"
+echo "  $PWD/mapped/                  the mapped results; ParaView opens them as CGNS files"
+echo "  build/release/bin/tav3d info build/demo/mapped/*    tells what is in them"
