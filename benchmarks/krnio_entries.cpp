@@ -159,3 +159,5 @@ static void writeZone(benchmark::State& state)
     std::filesystem::remove(copy);
 }
 BENCHMARK(writeZone)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+BENCHMARK_MAIN();
