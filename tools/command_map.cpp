@@ -45,10 +45,10 @@ void mapFiles(const Arguments& arguments)
     const std::vector<MapTask> tasks = makeMapTasks(arguments.results, arguments.output);
     if (!arguments.report.empty())
         checkCanWrite(arguments.report);
-    MapSession session(arguments.mesh, arguments.options);
+    ModelMapper mapper(arguments.mesh, arguments.options);
     std::optional<MapFacts> facts;
     if (arguments.json || !arguments.report.empty())
-        facts.emplace(arguments.mesh, arguments.options, session, !arguments.report.empty());
+        facts.emplace(arguments.mesh, arguments.options, mapper, !arguments.report.empty());
 
     bool allMapped = true;
     for (const MapTask& task : tasks)
@@ -56,7 +56,7 @@ void mapFiles(const Arguments& arguments)
         MapOutcome outcome;
         {
             ProgressBar bar(task.source.filename().string());
-            outcome = session.run(task, [&bar](int done, int total) { bar.update(done, total); });
+            outcome = mapper.run(task, [&bar](int done, int total) { bar.update(done, total); });
         }
         tell(outcome, arguments.json);
         allMapped = allMapped && outcome.failure.empty();

@@ -187,8 +187,8 @@ NumberedSurface surfaceOf(const std::string& meshFile, opensuite::ZoneId zone, d
 
 } // namespace
 
-MapFacts::MapFacts(const std::string& meshFile, const MapOptions& options, const MapSession& session, bool withSurfaces)
-    : session_(session)
+MapFacts::MapFacts(const std::string& meshFile, const MapOptions& options, const ModelMapper& mapper, bool withSurfaces)
+    : mapper_(mapper)
     , withSurfaces_(withSurfaces)
 {
     const opensuite::MeshSummary mesh = opensuite::readMeshHeader(meshFile);
@@ -202,7 +202,7 @@ MapFacts::MapFacts(const std::string& meshFile, const MapOptions& options, const
     report_.mode = options.mode;
     report_.partInsertMode = options.partInsertMode;
     report_.smoothing = options.smooth && options.mode == 1;
-    report_.stages.push_back({"load the model", session.secondsOfLoading()});
+    report_.stages.push_back({"load the model", mapper.secondsOfLoading()});
     if (!withSurfaces)
         return;
     NumberedSurface voxel = surfaceOf(meshFile, opensuite::ZoneId::Voxel, mesh.scaleFactor);
@@ -244,7 +244,7 @@ std::string MapFacts::add(const MapOutcome& outcome)
 
 void MapFacts::addItems(const MapOutcome& outcome, FileReport& file) const
 {
-    const CTav3dMeshMappingArrary& model = session_.mapping();
+    const CTav3dMeshMappingArrary& model = mapper_.mapping();
     const int fileType = resultmapping::kindOfExtension(outcome.task.source.extension().string()).type;
     OpenResult source(outcome.voxelFile);
     OpenResult target(outcome.task.target);

@@ -15,7 +15,7 @@ class MapFacts
 {
 public:
     /// `withSurfaces`: read the surfaces of both meshes for the page's view, too (JSON does without). Throws FileError when the mesh file cannot be read.
-    MapFacts(const std::string& meshFile, const MapOptions& options, const MapSession& session, bool withSurfaces);
+    MapFacts(const std::string& meshFile, const MapOptions& options, const ModelMapper& mapper, bool withSurfaces);
 
     /// Adds a file. One that was mapped and cannot be read again now is listed as failed; the answer tells why, and is empty when all went well.
     [[nodiscard]] std::string add(const MapOutcome& outcome);
@@ -25,7 +25,7 @@ public:
 private:
     void addItems(const MapOutcome& outcome, FileReport& file) const;
 
-    const MapSession& session_;
+    const ModelMapper& mapper_;
     bool withSurfaces_;
     MappingReport report_;
     std::vector<std::int32_t> voxelNodeOfPoint_;

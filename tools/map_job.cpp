@@ -22,7 +22,7 @@ namespace tav3d::tools
 {
 
 /// The model's mesh file and its node counts.
-struct MapSession::Mesh
+struct ModelMapper::Mesh
 {
     fs::path file;
     int voxelNodes = 0;
@@ -58,9 +58,9 @@ void checkExtension(const fs::path& file)
         fail(file, "extension '" + extension + "' is none of .q7f, .q7p, .q7c, .q7hc, .rsf, .rsc (case matters)");
 }
 
-MapSession::Mesh checkedMesh(const std::string& meshFile)
+ModelMapper::Mesh checkedMesh(const std::string& meshFile)
 {
-    MapSession::Mesh mesh{meshFile};
+    ModelMapper::Mesh mesh{meshFile};
     for (const bool voxel : {false, true})
     {
         KRNIO_Manipulator reader;
@@ -93,7 +93,7 @@ CBinaryInform describe(const fs::path& file)
 }
 
 /// A voxel result of this model, or a reason why it is not.
-void checkBelongsToModel(const fs::path& file, const CBinaryInform& inform, const MapSession::Mesh& mesh)
+void checkBelongsToModel(const fs::path& file, const CBinaryInform& inform, const ModelMapper::Mesh& mesh)
 {
     if (inform.m_nVoxelNode != mesh.voxelNodes || inform.m_nCutCellNode != mesh.cutCellNodes)
         fail(file, "belongs to another model: it was made for " + std::to_string(inform.m_nVoxelNode) + " voxel and " +
@@ -102,7 +102,7 @@ void checkBelongsToModel(const fs::path& file, const CBinaryInform& inform, cons
 }
 
 /// The target can be made and there is room for it. What an earlier run that was ended left there of the same target goes away.
-void checkTarget(const fs::path& target, const CBinaryInform& inform, const MapSession::Mesh& mesh)
+void checkTarget(const fs::path& target, const CBinaryInform& inform, const ModelMapper::Mesh& mesh)
 {
     std::error_code ignored;
     if (fs::equivalent(target, mesh.file, ignored))
@@ -147,7 +147,7 @@ struct Start
 };
 
 /// Finds the voxel data of a task. An in-place run that was interrupted, or is repeated, finds it under the "_vox" name.
-Start findStart(const MapTask& task, const MapSession::Mesh& mesh)
+Start findStart(const MapTask& task, const ModelMapper::Mesh& mesh)
 {
     Start start;
     start.voxelFile = task.source;
@@ -250,7 +250,7 @@ std::vector<MapTask> makeMapTasks(const std::vector<std::string>& results, const
     return tasks;
 }
 
-MapSession::MapSession(const std::string& meshFile, const MapOptions& options)
+ModelMapper::ModelMapper(const std::string& meshFile, const MapOptions& options)
     : options_(options)
 {
     const StandardOutputToStandardError redirected;
@@ -262,14 +262,14 @@ MapSession::MapSession(const std::string& meshFile, const MapOptions& options)
     secondsOfLoading_ = secondsSince(begin);
 }
 
-MapSession::~MapSession() = default;
+ModelMapper::~ModelMapper() = default;
 
-const CTav3dMeshMappingArrary& MapSession::mapping() const
+const CTav3dMeshMappingArrary& ModelMapper::mapping() const
 {
     return *CTav3dQ7XMapping_Voxel2CutCell_View::mapping(*driver_);
 }
 
-MapOutcome MapSession::run(const MapTask& task, const MapObserver& observe)
+MapOutcome ModelMapper::run(const MapTask& task, const MapObserver& observe)
 {
     const StandardOutputToStandardError redirected;
     const auto begin = std::chrono::steady_clock::now();
@@ -288,7 +288,7 @@ MapOutcome MapSession::run(const MapTask& task, const MapObserver& observe)
     return outcome;
 }
 
-void MapSession::mapFile(const MapObserver& observe, MapOutcome& outcome)
+void ModelMapper::mapFile(const MapObserver& observe, MapOutcome& outcome)
 {
     const MapTask& task = outcome.task;
     checkExtension(task.source);

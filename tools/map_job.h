@@ -51,16 +51,16 @@ struct MapOutcome
 using MapObserver = std::function<void(int, int)>;
 
 /// One model, loaded once, to which result files are mapped one by one. What the library prints on standard output comes out on standard error.
-class MapSession
+class ModelMapper
 {
 public:
     struct Mesh;
 
     /// Loads both meshes. Throws std::runtime_error when the mesh file cannot be used.
-    MapSession(const std::string& meshFile, const MapOptions& options);
-    ~MapSession();
-    MapSession(const MapSession&) = delete;
-    MapSession& operator=(const MapSession&) = delete;
+    ModelMapper(const std::string& meshFile, const MapOptions& options);
+    ~ModelMapper();
+    ModelMapper(const ModelMapper&) = delete;
+    ModelMapper& operator=(const ModelMapper&) = delete;
 
     /// Maps one file. Throws nothing that the file is to blame for: the outcome says why a task failed, and its voxel file then stands under the name
     /// that it had. `observe` may be empty.

@@ -1,6 +1,6 @@
 #pragma once
 
-// Small helpers for what the program prints.
+// Small functions for what the program prints.
 
 #include "vec3.h"
 

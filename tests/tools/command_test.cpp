@@ -3,9 +3,9 @@
 #include "TAV3DCoolTools.h"
 #include "TAV3DResultEngine.h"
 #include "opensuite/mesh_file_reader.h"
+#include "run_command.h"
 #include "shapes.h"
 #include "support/scratch_folder.h"
-#include "tools/commands.h"
 #include "tools/json.h"
 
 #include <gtest/gtest.h>
@@ -18,26 +18,6 @@ using namespace tav3d::test;
 
 namespace
 {
-
-struct Outcome
-{
-    int status;
-    std::string output, errors;
-};
-
-Outcome run(const std::vector<std::string>& arguments)
-{
-    std::vector<const char*> argv{"tav3d"};
-    for (const std::string& argument : arguments)
-    {
-        argv.push_back(argument.c_str());
-    }
-    testing::internal::CaptureStdout();
-    testing::internal::CaptureStderr();
-    const int status = tools::run(static_cast<int>(argv.size()), argv.data());
-    std::string output = testing::internal::GetCapturedStdout();
-    return {status, std::move(output), testing::internal::GetCapturedStderr()};
-}
 
 class Command : public testing::Test
 {
@@ -53,7 +33,7 @@ protected:
 
 TEST_F(Command, model_writes_a_mesh_file_and_prints_a_summary)
 {
-    const Outcome outcome = run({"model", part_, "--cell-size", "1", "--scale", "0.001", "-o", mesh_});
+    const Outcome outcome = runCommand({"model", part_, "--cell-size", "1", "--scale", "0.001", "-o", mesh_});
     EXPECT_EQ(outcome.status, tools::exitDone);
     EXPECT_EQ(outcome.errors, "");
     EXPECT_NE(outcome.output.find("14 x 14 x 14 cells of 1, scale factor 0.001"), std::string::npos) << outcome.output;
@@ -70,7 +50,7 @@ TEST_F(Command, model_writes_a_mesh_file_and_prints_a_summary)
 
 TEST_F(Command, model_prints_json_on_request)
 {
-    const Outcome outcome = run({"model", part_, "--cell-size", "0.5", "-o", mesh_, "--json"});
+    const Outcome outcome = runCommand({"model", part_, "--cell-size", "0.5", "-o", mesh_, "--json"});
     EXPECT_EQ(outcome.status, tools::exitDone);
     EXPECT_EQ(outcome.output.front(), '{');
     EXPECT_NE(outcome.output.find("\"cellSize\": 0.5"), std::string::npos);
@@ -80,8 +60,8 @@ TEST_F(Command, model_prints_json_on_request)
 TEST_F(Command, same_input_gives_the_same_mesh_file_byte_for_byte)
 {
     const std::string again = folder_.file("again.krn");
-    EXPECT_EQ(run({"model", part_, "--cell-size", "0.8", "-o", mesh_}).status, 0);
-    EXPECT_EQ(run({"model", part_, "--cell-size", "0.8", "-o", again}).status, 0);
+    EXPECT_EQ(runCommand({"model", part_, "--cell-size", "0.8", "-o", mesh_}).status, 0);
+    EXPECT_EQ(runCommand({"model", part_, "--cell-size", "0.8", "-o", again}).status, 0);
     EXPECT_EQ(readBytes(mesh_), readBytes(again));
 }
 
@@ -89,8 +69,8 @@ TEST_F(Command, model_takes_places_with_negative_numbers_and_inserts)
 {
     const std::string insert = folder_.file("pin.stl");
     writeBytes(insert, asciiStl(box({-1, -1, 0}, {2, 2, 7})));
-    const Outcome outcome = run({"model", part_, "--cell-size", "0.5", "--insert", insert, "--gate", "-4,0,0", "--vent", "4,0,0", "--vent",
-                                 "0,-4,-0.5", "-o", mesh_});
+    const Outcome outcome = runCommand({"model", part_, "--cell-size", "0.5", "--insert", insert, "--gate", "-4,0,0", "--vent", "4,0,0",
+                                        "--vent", "0,-4,-0.5", "-o", mesh_});
     EXPECT_EQ(outcome.status, tools::exitDone) << outcome.errors;
     const auto summary = opensuite::readMeshSummary(mesh_);
     EXPECT_EQ(summary.voxel.cellsOfBody.at(3), 4 * 4 * 14);
@@ -103,7 +83,7 @@ TEST_F(Command, bad_part_ends_with_status_1_one_line_and_no_file)
     for (const std::string& bytes : {std::string(), std::string("solid x\nfoo"), binaryStl(box({0, 0, 0}, {1, 1, 1})).substr(0, 300)})
     {
         writeBytes(part_, bytes);
-        const Outcome outcome = run({"model", part_, "--cell-size", "1", "-o", mesh_});
+        const Outcome outcome = runCommand({"model", part_, "--cell-size", "1", "-o", mesh_});
         EXPECT_EQ(outcome.status, tools::exitFailed);
         EXPECT_EQ(outcome.output, "");
         EXPECT_EQ(outcome.errors.substr(0, 14 + part_.size() + 2), "tav3d: error: " + part_ + ": ");
@@ -115,14 +95,14 @@ TEST_F(Command, bad_part_ends_with_status_1_one_line_and_no_file)
 TEST_F(Command, failed_model_leaves_an_older_mesh_file_as_it_was)
 {
     writeBytes(mesh_, "older");
-    EXPECT_EQ(run({"model", part_, "--cell-size", "50", "-o", mesh_}).status, tools::exitFailed);
+    EXPECT_EQ(runCommand({"model", part_, "--cell-size", "50", "-o", mesh_}).status, tools::exitFailed);
     EXPECT_EQ(readBytes(mesh_), "older");
 }
 
 TEST_F(Command, output_that_cannot_be_written_is_named)
 {
     const std::string nowhere = folder_.file("none/ball.krn");
-    const Outcome outcome = run({"model", part_, "--cell-size", "2", "-o", nowhere});
+    const Outcome outcome = runCommand({"model", part_, "--cell-size", "2", "-o", nowhere});
     EXPECT_EQ(outcome.status, tools::exitFailed);
     EXPECT_NE(outcome.errors.find("tav3d: error: " + nowhere), std::string::npos) << outcome.errors;
     EXPECT_EQ(folder_.entries(), 1);
@@ -146,7 +126,7 @@ TEST_F(Command, wrong_usage_ends_with_status_2)
     };
     for (const auto& arguments : wrong)
     {
-        const Outcome outcome = run(arguments);
+        const Outcome outcome = runCommand(arguments);
         EXPECT_EQ(outcome.status, tools::exitWrongUsage) << testing::PrintToString(arguments);
         EXPECT_NE(outcome.errors, "");
     }
@@ -157,7 +137,7 @@ TEST_F(Command, help_shows_an_example)
 {
     for (const char* command : {"model", "info"})
     {
-        const Outcome outcome = run({command, "--help"});
+        const Outcome outcome = runCommand({command, "--help"});
         EXPECT_EQ(outcome.status, tools::exitDone);
         EXPECT_NE(outcome.output.find(std::string("Example:\n  tav3d ") + command), std::string::npos);
     }
@@ -165,18 +145,18 @@ TEST_F(Command, help_shows_an_example)
 
 TEST_F(Command, info_tells_the_counts_of_both_meshes)
 {
-    ASSERT_EQ(run({"model", part_, "--cell-size", "1", "-o", mesh_}).status, 0);
-    const Outcome text = run({"info", mesh_});
+    ASSERT_EQ(runCommand({"model", part_, "--cell-size", "1", "-o", mesh_}).status, 0);
+    const Outcome text = runCommand({"info", mesh_});
     EXPECT_EQ(text.status, tools::exitDone);
     EXPECT_EQ(text.output.substr(0, mesh_.size() + 18), mesh_ + ": mesh file \"ball\"");
     EXPECT_NE(text.output.find("nodes                                 3375"), std::string::npos) << text.output;
-    const Outcome json = run({"info", "--json", mesh_});
+    const Outcome json = runCommand({"info", "--json", mesh_});
     EXPECT_NE(json.output.find("\"nodes\": 3375"), std::string::npos) << json.output;
 }
 
 TEST_F(Command, info_lists_the_items_of_a_result_file)
 {
-    ASSERT_EQ(run({"model", part_, "--cell-size", "1", "-o", mesh_}).status, 0);
+    ASSERT_EQ(runCommand({"model", part_, "--cell-size", "1", "-o", mesh_}).status, 0);
     const std::string file = folder_.file("ball.q7f");
     CBinaryInform inform;
     inform.m_strTitle = "trial";
@@ -201,22 +181,22 @@ TEST_F(Command, info_lists_the_items_of_a_result_file)
         writer.SetMaxMinInfo(&most, &least);
         ASSERT_EQ(writer.EndWriting(), 0);
     }
-    const Outcome text = run({"info", file});
+    const Outcome text = runCommand({"info", file});
     EXPECT_EQ(text.status, tools::exitDone) << text.errors;
     EXPECT_EQ(text.output.find(file + ": result file \"trial\" on the voxel mesh of "), 0U) << text.output;
     EXPECT_NE(text.output.find("10010"), std::string::npos);
     EXPECT_NE(text.output.find("40            230  Temperature [degC]"), std::string::npos) << text.output;
     EXPECT_NE(text.output.find("filling time                        1.25 s"), std::string::npos) << text.output;
-    const Outcome json = run({"info", "--json", file, mesh_});
+    const Outcome json = runCommand({"info", "--json", file, mesh_});
     EXPECT_NE(json.output.find("\"CoolingTime\": 12.5"), std::string::npos) << json.output;
     EXPECT_NE(json.output.find("\"kind\": \"mesh\""), std::string::npos);
 }
 
 TEST_F(Command, info_reports_every_bad_file_and_still_shows_the_good_one)
 {
-    ASSERT_EQ(run({"model", part_, "--cell-size", "1", "-o", mesh_}).status, 0);
+    ASSERT_EQ(runCommand({"model", part_, "--cell-size", "1", "-o", mesh_}).status, 0);
     const std::string missing = folder_.file("none.krn");
-    const Outcome outcome = run({"info", part_, mesh_, missing});
+    const Outcome outcome = runCommand({"info", part_, mesh_, missing});
     EXPECT_EQ(outcome.status, tools::exitFailed);
     EXPECT_EQ(outcome.errors.find("tav3d: error: " + part_ + ": "), 0U) << outcome.errors;
     EXPECT_NE(outcome.errors.find("\ntav3d: error: " + missing + ": "), std::string::npos) << outcome.errors;

@@ -15,8 +15,8 @@ TEST(MapFacts, mapped_file_that_cannot_be_read_again_is_listed_as_failed_and_doe
     const std::string mesh = folder.file("cube.krn");
     opensuite::writeMeshFile(mesh, test::unitCube());
     const MapOptions options;
-    const MapSession session(mesh, options);
-    MapFacts facts(mesh, options, session, false);
+    const ModelMapper mapper(mesh, options);
+    MapFacts facts(mesh, options, mapper, false);
 
     MapOutcome gone; // mapped, and taken away since
     gone.task = {folder.file("part.q7f"), folder.file("part.q7f")};

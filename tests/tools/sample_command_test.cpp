@@ -3,9 +3,9 @@
 #include "TAV3DCoolTools.h"
 #include "TAV3DResultEngine.h"
 #include "opensuite/mesh_file.h"
+#include "run_command.h"
 #include "support/mesh_models.h"
 #include "support/scratch_folder.h"
-#include "tools/commands.h"
 #include "tools/sample_fields.h"
 
 #include <gtest/gtest.h>
@@ -17,26 +17,6 @@ using namespace tav3d::test;
 
 namespace
 {
-
-struct Outcome
-{
-    int status;
-    std::string output, errors;
-};
-
-Outcome run(const std::vector<std::string>& arguments)
-{
-    std::vector<const char*> argv{"tav3d"};
-    for (const std::string& argument : arguments)
-    {
-        argv.push_back(argument.c_str());
-    }
-    testing::internal::CaptureStdout();
-    testing::internal::CaptureStderr();
-    const int status = tools::run(static_cast<int>(argv.size()), argv.data());
-    std::string output = testing::internal::GetCapturedStdout();
-    return {status, std::move(output), testing::internal::GetCapturedStderr()};
-}
 
 class SampleCommand : public testing::Test
 {
@@ -52,7 +32,7 @@ protected:
 
 TEST_F(SampleCommand, all_kinds_are_written_marked_as_samples_and_open_again)
 {
-    const Outcome outcome = run({"sample", mesh, "-o", results});
+    const Outcome outcome = runCommand({"sample", mesh, "-o", results});
     EXPECT_EQ(outcome.status, tools::exitDone);
     EXPECT_EQ(outcome.errors, "");
     for (const std::string_view kind : tools::sampleKinds)
@@ -86,7 +66,7 @@ TEST_F(SampleCommand, all_kinds_are_written_marked_as_samples_and_open_again)
 
 TEST_F(SampleCommand, mapped_items_stand_on_their_nodes)
 {
-    ASSERT_EQ(run({"sample", mesh, "-o", results, "--kinds", ".q7c"}).status, 0);
+    ASSERT_EQ(runCommand({"sample", mesh, "-o", results, "--kinds", ".q7c"}).status, 0);
     CTAV3DResultReader_Manipulator reader;
     ASSERT_EQ(reader.BeginReading((results + "/part.q7c").c_str(), nullptr), 0);
     CBinaryInform d;
@@ -111,8 +91,8 @@ TEST_F(SampleCommand, mapped_items_stand_on_their_nodes)
 
 TEST_F(SampleCommand, same_model_gives_the_same_bytes)
 {
-    ASSERT_EQ(run({"sample", mesh, "-o", results}).status, 0);
-    ASSERT_EQ(run({"sample", mesh, "-o", folder.file("again")}).status, 0);
+    ASSERT_EQ(runCommand({"sample", mesh, "-o", results}).status, 0);
+    ASSERT_EQ(runCommand({"sample", mesh, "-o", folder.file("again")}).status, 0);
     for (const std::string_view kind : tools::sampleKinds)
     {
         EXPECT_TRUE(readBytes(results + "/part" + std::string(kind)) == readBytes(folder.file("again/part" + std::string(kind))));
@@ -121,7 +101,7 @@ TEST_F(SampleCommand, same_model_gives_the_same_bytes)
 
 TEST_F(SampleCommand, chosen_kinds_are_written_alone_and_told_as_json)
 {
-    const Outcome outcome = run({"sample", mesh, "-o", results, "--kinds", ".rsf", ".q7p", "--json"});
+    const Outcome outcome = runCommand({"sample", mesh, "-o", results, "--kinds", ".rsf", ".q7p", "--json"});
     EXPECT_EQ(outcome.status, 0);
     EXPECT_TRUE(outcome.output.starts_with("["));
     EXPECT_NE(outcome.output.find("\"kind\": \".rsf\""), std::string::npos) << outcome.output;
@@ -131,8 +111,8 @@ TEST_F(SampleCommand, chosen_kinds_are_written_alone_and_told_as_json)
 
 TEST_F(SampleCommand, info_shows_a_sample)
 {
-    ASSERT_EQ(run({"sample", mesh, "-o", results, "--kinds", ".q7f"}).status, 0);
-    const Outcome outcome = run({"info", results + "/part.q7f"});
+    ASSERT_EQ(runCommand({"sample", mesh, "-o", results, "--kinds", ".q7f"}).status, 0);
+    const Outcome outcome = runCommand({"info", results + "/part.q7f"});
     EXPECT_EQ(outcome.status, 0);
     EXPECT_NE(outcome.output.find("Sample data"), std::string::npos) << outcome.output;
     EXPECT_NE(outcome.output.find("Melt-front time"), std::string::npos);
@@ -140,26 +120,26 @@ TEST_F(SampleCommand, info_shows_a_sample)
 
 TEST_F(SampleCommand, bad_input_ends_with_its_status_and_one_line)
 {
-    Outcome outcome = run({"sample", folder.file("none.krn"), "-o", results});
+    Outcome outcome = runCommand({"sample", folder.file("none.krn"), "-o", results});
     EXPECT_EQ(outcome.status, tools::exitFailed);
     EXPECT_NE(outcome.errors.find("none.krn"), std::string::npos);
     EXPECT_EQ(std::count(outcome.errors.begin(), outcome.errors.end(), '\n'), 1) << outcome.errors;
     EXPECT_FALSE(std::filesystem::exists(results));
 
     opensuite::writeMeshFile(folder.file("gateless.krn"), unitCube());
-    outcome = run({"sample", folder.file("gateless.krn"), "-o", results});
+    outcome = runCommand({"sample", folder.file("gateless.krn"), "-o", results});
     EXPECT_EQ(outcome.status, tools::exitFailed);
     EXPECT_NE(outcome.errors.find("gateless.krn: Surface: the part has no gate"), std::string::npos) << outcome.errors;
     EXPECT_FALSE(std::filesystem::exists(results));
 
-    EXPECT_EQ(run({"sample", mesh, "--kinds", ".q7x"}).status, tools::exitWrongUsage);
-    EXPECT_EQ(run({"sample", mesh, "--filling-time", "0"}).status, tools::exitWrongUsage);
-    EXPECT_EQ(run({"sample"}).status, tools::exitWrongUsage);
+    EXPECT_EQ(runCommand({"sample", mesh, "--kinds", ".q7x"}).status, tools::exitWrongUsage);
+    EXPECT_EQ(runCommand({"sample", mesh, "--filling-time", "0"}).status, tools::exitWrongUsage);
+    EXPECT_EQ(runCommand({"sample"}).status, tools::exitWrongUsage);
 }
 
 TEST_F(SampleCommand, help_shows_an_example)
 {
-    const Outcome outcome = run({"sample", "--help"});
+    const Outcome outcome = runCommand({"sample", "--help"});
     EXPECT_EQ(outcome.status, 0);
     EXPECT_NE(outcome.output.find("tav3d sample housing.krn"), std::string::npos);
 }
