@@ -5,6 +5,7 @@
 #include "support/mapping_models.h"
 #include "support/mapping_reference.h"
 #include "support/mesh_models.h"
+#include "support/numbered_values.h"
 #include "support/scratch_folder.h"
 
 #include <gtest/gtest.h>
@@ -17,6 +18,7 @@ namespace
 {
 
 using opensuite::MeshModel;
+using test::ints;
 using test::plateNode;
 
 /// What is read from a model, and what is printed meanwhile.
@@ -35,12 +37,6 @@ struct Reading
     CutCellMesh mesh;
     std::string console;
 };
-
-template <class T>
-std::vector<int> ints(const std::unique_ptr<T[]>& array, int n)
-{
-    return {array.get(), array.get() + n + 1};
-}
 
 void expectReference(const CutCellMesh& mesh, const test::CutCellReference& expected)
 {

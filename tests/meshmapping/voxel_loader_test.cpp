@@ -4,6 +4,7 @@
 #include "support/mapping_models.h"
 #include "support/mapping_reference.h"
 #include "support/mesh_models.h"
+#include "support/numbered_values.h"
 #include "support/scratch_folder.h"
 
 #include <gtest/gtest.h>
@@ -18,6 +19,7 @@ namespace
 {
 
 using opensuite::MeshModel;
+using test::ints;
 using test::plateNode;
 
 /// What is read from a model, and what is printed meanwhile.
@@ -36,12 +38,6 @@ struct Reading
     VoxelMesh mesh;
     std::string console;
 };
-
-template <class T>
-std::vector<int> ints(const std::unique_ptr<T[]>& array, int n)
-{
-    return {array.get(), array.get() + n + 1};
-}
 
 std::vector<int> found(CTAVOptKer& tree, double x, double y, double z, double h)
 {
