@@ -20,26 +20,6 @@ namespace
 constexpr int panelWidth = 4;
 constexpr double tinyPivot = 1.0e-20;
 
-/// Rows to exchange in some lanes.
-struct Exchange
-{
-    int row;
-    int with;
-    Mask lanes;
-};
-
-struct Exchanges
-{
-    Exchange list[panelWidth * Lanes::width];
-    int count = 0;
-
-    void apply(Lanes* column, int first = 0) const
-    {
-        for (int e = first; e < count; ++e)
-            exchange(list[e].lanes, column[list[e].row], column[list[e].with]);
-    }
-};
-
 /// n equations: columns 0..n-1 the matrix, n..n+2 the right-hand sides.
 struct System
 {
@@ -47,7 +27,8 @@ struct System
     int stride;     // Lanes from one column to the next
     int n;
     Lanes* scale;    // per row 1 / its largest magnitude
-    Mask started[3]; // per right-hand side: lanes that have seen an entry other than zero
+    Mask started[3]; // per right-hand side: lanes that have met an entry other than zero
+    bool allStarted;
 
     Lanes* column(int j) const { return element + j * stride; }
 };
@@ -65,13 +46,14 @@ inline Lanes reduced(Lanes value, const Lanes* l, int stride, const Lanes* u)
 
 /// Finishes the rows k..k+terms-1 of a column right of the panel that starts at column k, and gives them as u.
 template <int terms>
-inline void finishTop(Lanes* column, const Lanes* panel, int stride, int k, Lanes* u)
+inline void finishTop(const System& s, int k, Lanes* column, Lanes* u)
 {
     if constexpr (terms > 0)
     {
-        finishTop<terms - 1>(column, panel, stride, k, u);
-        u[terms - 1] = reduced<terms - 1>(column[k + terms - 1], panel + (k + terms - 1), stride, u);
-        column[k + terms - 1] = u[terms - 1];
+        constexpr int t = terms - 1;
+        finishTop<t>(s, k, column, u);
+        u[t] = reduced<t>(column[k + t], s.column(k) + (k + t), s.stride, u);
+        column[k + t] = u[t];
     }
 }
 
@@ -79,21 +61,24 @@ inline void finishTop(Lanes* column, const Lanes* panel, int stride, int k, Lane
 template <int terms, int columns>
 void reduceColumns(const System& s, int k, int c)
 {
-    const Lanes* panel = s.column(k);
+    const Lanes* l = s.column(k);
     Lanes* column = s.column(c);
     Lanes u[columns][terms];
     for (int b = 0; b < columns; ++b)
-        finishTop<terms>(column + b * s.stride, panel, s.stride, k, u[b]);
+        finishTop<terms>(s, k, column + b * s.stride, u[b]);
     for (int i = k + terms; i < s.n; ++i)
+    {
+        Lanes a[columns];
         for (int b = 0; b < columns; ++b)
-            column[b * s.stride + i] = reduced<terms>(column[b * s.stride + i], panel + i, s.stride, u[b]);
+            a[b] = reduced<terms>(column[b * s.stride + i], l + i, s.stride, u[b]);
+        for (int b = 0; b < columns; ++b)
+            column[b * s.stride + i] = a[b];
+    }
 }
 
 template <int terms>
-void reduceRange(const System& s, const Exchanges& exchanges, int k, int from, int to)
+void reduceRange(const System& s, int k, int from, int to)
 {
-    for (int c = from; c < to; ++c)
-        exchanges.apply(s.column(c));
     int c = from;
     for (; c + 2 <= to; c += 2)
         reduceColumns<terms, 2>(s, k, c);
@@ -115,39 +100,34 @@ void reduceFromFirstNonzero(const System& s, Lanes* column, Mask& started, int k
     }
 }
 
-/// Brings the columns from `from` on, and the right-hand sides, up to date with the panel of `terms` columns that starts at column k.
-void reduceTrailing(System& s, const Exchanges& exchanges, int k, int terms, int from)
+/// Brings the columns from..to-1 up to date with the panel of `terms` columns that starts at column k.
+void reduceRange(const System& s, int k, int terms, int from, int to)
 {
-    bool allStarted = true;
+    switch (terms)
+    {
+    case 1:
+        return reduceRange<1>(s, k, from, to);
+    case 2:
+        return reduceRange<2>(s, k, from, to);
+    case 3:
+        return reduceRange<3>(s, k, from, to);
+    default:
+        return reduceRange<4>(s, k, from, to);
+    }
+}
+
+/// The same for all columns from `from` on and the right-hand sides.
+void reduceTrailing(System& s, int k, int terms, int from)
+{
+    if (s.allStarted)
+        return reduceRange(s, k, terms, from, s.n + 3);
+    reduceRange(s, k, terms, from, s.n);
+    s.allStarted = true;
     for (int axis = 0; axis < 3; ++axis)
     {
-        Lanes* b = s.column(s.n + axis);
-        exchanges.apply(b);
-        s.started[axis] = either(s.started[axis], differs(b[k], Lanes::all(0.0)));
-        allStarted = allStarted && inAll(s.started[axis]);
+        reduceFromFirstNonzero(s, s.column(s.n + axis), s.started[axis], k, terms);
+        s.allStarted = s.allStarted && bits(s.started[axis]) == allLanes;
     }
-    Exchanges none;
-    if (!allStarted)
-        for (int axis = 0; axis < 3; ++axis)
-            reduceFromFirstNonzero(s, s.column(s.n + axis), s.started[axis], k, terms);
-
-    const auto reduce = [&](const Exchanges& pending, int first, int last)
-    {
-        switch (terms)
-        {
-        case 1:
-            return reduceRange<1>(s, pending, k, first, last);
-        case 2:
-            return reduceRange<2>(s, pending, k, first, last);
-        case 3:
-            return reduceRange<3>(s, pending, k, first, last);
-        default:
-            return reduceRange<4>(s, pending, k, first, last);
-        }
-    };
-    reduce(exchanges, from, s.n);
-    if (allStarted)
-        reduce(none, s.n, s.n + 3);
 }
 
 /// Brings column k+terms up to date with the panel's columns before it and finds its pivots: per lane the row j or below whose element is the
@@ -156,16 +136,16 @@ template <int terms>
 Lanes reduceAndSearch(const System& s, int k)
 {
     const int j = k + terms;
-    const Lanes* panel = s.column(k);
+    const Lanes* l = s.column(k);
     Lanes* column = s.column(j);
     Lanes u[panelWidth];
-    finishTop<terms>(column, panel, s.stride, k, u);
+    finishTop<terms>(s, k, column, u);
     Lanes big = Lanes::all(0.0);
     Lanes pivot = Lanes::all(j);
     Lanes row = pivot;
     for (int i = j; i < s.n; ++i)
     {
-        column[i] = reduced<terms>(column[i], panel + i, s.stride, u);
+        column[i] = reduced<terms>(column[i], l + i, s.stride, u);
         const Lanes candidate = s.scale[i] * magnitude(column[i]);
         pivot = choose(atLeast(candidate, big), row, pivot);
         big = larger(candidate, big);
@@ -203,18 +183,25 @@ Lanes searchPivot(const Lanes* column, const Lanes* scale, int j, int n)
     return pivot;
 }
 
-/// Adds the exchanges that bring the pivots to row j.
-void addExchanges(Exchanges& exchanges, Lanes pivot, int j)
+/// Brings the pivots of column j to row j: exchanges rows in the columns from k on, in the right-hand sides, and in both scales (`partner` may
+/// be null), where row j is of no interest any more.
+void exchangeRows(const System& s, Lanes* partner, Lanes pivot, int j, int k)
 {
     double row[Lanes::width];
     pivot.to(row);
-    for (int lane = 0; lane < Lanes::width; ++lane)
+    unsigned waiting = bits(differs(pivot, Lanes::all(j)));
+    for (int lane = 0; waiting != 0; ++lane)
     {
-        bool isNew = row[lane] != j;
-        for (int before = 0; before < lane; ++before)
-            isNew = isNew && row[before] != row[lane];
-        if (isNew)
-            exchanges.list[exchanges.count++] = {j, static_cast<int>(row[lane]), equal(pivot, Lanes::all(row[lane]))};
+        if ((waiting >> lane & 1) == 0)
+            continue;
+        const int with = static_cast<int>(row[lane]);
+        const Mask lanes = equal(pivot, Lanes::all(row[lane]));
+        for (int c = k; c < s.n + 3; ++c)
+            exchange(lanes, s.column(c)[j], s.column(c)[with]);
+        exchange(lanes, s.scale[j], s.scale[with]);
+        if (partner != nullptr)
+            exchange(lanes, partner[j], partner[with]);
+        waiting &= ~bits(lanes);
     }
 }
 
@@ -226,37 +213,24 @@ int eliminate(System& s, int from, int to, Lanes* partner)
     bool parted = false;
     while (k < to && !parted)
     {
-        Exchanges exchanges;
         int terms = 0;
         for (; terms < panelWidth && k + terms < to; ++terms)
         {
             const int j = k + terms;
             Lanes* column = s.column(j);
-            exchanges.apply(column);
             const Lanes pivot = reduceAndSearch(s, k, terms);
-            parted = partner != nullptr && inAny(differs(pivot, searchPivot(column, partner, j, s.n - 1)));
+            parted = partner != nullptr && bits(differs(pivot, searchPivot(column, partner, j, s.n - 1))) != 0;
             if (parted)
                 break;
 
-            const int old = exchanges.count;
-            addExchanges(exchanges, pivot, j);
-            for (int c = k; c <= j; ++c)
-                exchanges.apply(s.column(c), old);
-            for (int e = old; e < exchanges.count; ++e)
-            {
-                const int row = exchanges.list[e].with;
-                s.scale[row] = choose(exchanges.list[e].lanes, s.scale[j], s.scale[row]);
-                if (partner != nullptr)
-                    partner[row] = choose(exchanges.list[e].lanes, partner[j], partner[row]);
-            }
-
+            exchangeRows(s, partner, pivot, j, k);
             column[j] = choose(equal(column[j], Lanes::all(0.0)), Lanes::all(tinyPivot), column[j]);
             const Lanes factor = Lanes::all(1.0) / column[j];
             for (int i = j + 1; i < s.n; ++i)
                 column[i] = column[i] * factor;
         }
         if (terms > 0)
-            reduceTrailing(s, exchanges, k, terms, k + terms + (parted ? 1 : 0));
+            reduceTrailing(s, k, terms, k + terms + (parted ? 1 : 0));
         k += terms;
     }
     return k;

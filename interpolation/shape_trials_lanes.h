@@ -113,7 +113,7 @@ void tryAll(const TrialStencil& stencil, const double* shape, double* room, Tria
     {
         const Lanes c = Lanes::from(shape + t);
         const Mask none = differs(c, c);
-        System system{element, stride, n, scale, {none, none, none}};
+        System system{element, stride, n, scale, {none, none, none}, false};
         setUp(system, stencil, distances, c);
         if (without == nullptr)
         {
