@@ -33,6 +33,13 @@ struct System
     Lanes* column(int j) const { return element + j * stride; }
 };
 
+/// The same system without its last row and column, which may share the elimination.
+struct Partner
+{
+    bool exists;
+    Lanes* scale; // null: the scales are those of the larger system
+};
+
 /// value - l_0 u_0 - l_1 u_1 - ..., with l from successive columns.
 template <int terms>
 inline Lanes reduced(Lanes value, const Lanes* l, int stride, const Lanes* u)
@@ -130,13 +137,14 @@ void reduceTrailing(System& s, int k, int terms, int from)
     }
 }
 
-/// Brings column k+terms up to date with the panel's columns before it and finds its pivots: per lane the row j or below whose element is the
-/// largest by scale, the last one among equals. NaN is never the largest; where there is nothing else, the row j.
+/// Brings column j = k+terms up to date with the panel's columns before it and finds its pivots: per lane the row j or below whose element is
+/// the largest by scale, the last one among equals. NaN is never the largest; where there is nothing else, the row j.
+/// The column before still lacks the `factor` that makes it a column of L.
 template <int terms>
-Lanes reduceAndSearch(const System& s, int k)
+Lanes reduceAndSearch(const System& s, int k, Lanes factor)
 {
     const int j = k + terms;
-    const Lanes* l = s.column(k);
+    Lanes* l = s.column(k);
     Lanes* column = s.column(j);
     Lanes u[panelWidth];
     finishTop<terms>(s, k, column, u);
@@ -145,8 +153,14 @@ Lanes reduceAndSearch(const System& s, int k)
     Lanes row = pivot;
     for (int i = j; i < s.n; ++i)
     {
-        column[i] = reduced<terms>(column[i], l + i, s.stride, u);
-        const Lanes candidate = s.scale[i] * magnitude(column[i]);
+        if constexpr (terms > 0)
+        {
+            Lanes& latest = l[(terms - 1) * s.stride + i];
+            latest = latest * factor;
+        }
+        const Lanes a = reduced<terms>(column[i], l + i, s.stride, u);
+        column[i] = a;
+        const Lanes candidate = s.scale[i] * magnitude(a);
         pivot = choose(atLeast(candidate, big), row, pivot);
         big = larger(candidate, big);
         row = row + Lanes::all(1.0);
@@ -154,18 +168,18 @@ Lanes reduceAndSearch(const System& s, int k)
     return pivot;
 }
 
-Lanes reduceAndSearch(const System& s, int k, int terms)
+Lanes reduceAndSearch(const System& s, int k, int terms, Lanes factor)
 {
     switch (terms)
     {
     case 0:
-        return reduceAndSearch<0>(s, k);
+        return reduceAndSearch<0>(s, k, factor);
     case 1:
-        return reduceAndSearch<1>(s, k);
+        return reduceAndSearch<1>(s, k, factor);
     case 2:
-        return reduceAndSearch<2>(s, k);
+        return reduceAndSearch<2>(s, k, factor);
     default:
-        return reduceAndSearch<3>(s, k);
+        return reduceAndSearch<3>(s, k, factor);
     }
 }
 
@@ -183,9 +197,9 @@ Lanes searchPivot(const Lanes* column, const Lanes* scale, int j, int n)
     return pivot;
 }
 
-/// Brings the pivots of column j to row j: exchanges rows in the columns from k on, in the right-hand sides, and in both scales (`partner` may
-/// be null), where row j is of no interest any more.
-void exchangeRows(const System& s, Lanes* partner, Lanes pivot, int j, int k)
+/// Brings the pivots of column j to row j: exchanges rows in the columns from k on, in the right-hand sides, and in the scales, where row j is
+/// of no interest any more.
+void exchangeRows(const System& s, const Partner& partner, Lanes pivot, int j, int k)
 {
     double row[Lanes::width];
     pivot.to(row);
@@ -199,35 +213,48 @@ void exchangeRows(const System& s, Lanes* partner, Lanes pivot, int j, int k)
         for (int c = k; c < s.n + 3; ++c)
             exchange(lanes, s.column(c)[j], s.column(c)[with]);
         exchange(lanes, s.scale[j], s.scale[with]);
-        if (partner != nullptr)
-            exchange(lanes, partner[j], partner[with]);
+        if (partner.scale != nullptr)
+            exchange(lanes, partner.scale[j], partner.scale[with]);
         waiting &= ~bits(lanes);
     }
 }
 
-/// Eliminates columns from..to-1. With `partner`, the scales of the same system without its last row and column, elimination serves both as
-/// long as both choose the same pivots, in all lanes. Returns the number of the column before which it has ended.
-int eliminate(System& s, int from, int to, Lanes* partner)
+/// Whether in some lane the partner's pivots of column j, which is up to date, are not these.
+bool partsWith(const Partner& partner, const System& s, Lanes pivot, int j)
+{
+    if (!partner.exists)
+        return false;
+    const Lanes own = partner.scale == nullptr ? Lanes::all(s.n - 1) : searchPivot(s.column(j), partner.scale, j, s.n - 1);
+    return bits(partner.scale == nullptr ? equal(pivot, own) : differs(pivot, own)) != 0;
+}
+
+/// Eliminates columns from..to-1, for the partner as well as long as both choose the same pivots in all lanes. Returns the number of the column
+/// before which it has ended.
+int eliminate(System& s, int from, int to, const Partner& partner)
 {
     int k = from;
     bool parted = false;
     while (k < to && !parted)
     {
         int terms = 0;
+        Lanes factor = Lanes::all(1.0);
         for (; terms < panelWidth && k + terms < to; ++terms)
         {
             const int j = k + terms;
-            Lanes* column = s.column(j);
-            const Lanes pivot = reduceAndSearch(s, k, terms);
-            parted = partner != nullptr && bits(differs(pivot, searchPivot(column, partner, j, s.n - 1))) != 0;
+            const Lanes pivot = reduceAndSearch(s, k, terms, factor);
+            parted = partsWith(partner, s, pivot, j);
             if (parted)
                 break;
-
             exchangeRows(s, partner, pivot, j, k);
-            column[j] = choose(equal(column[j], Lanes::all(0.0)), Lanes::all(tinyPivot), column[j]);
-            const Lanes factor = Lanes::all(1.0) / column[j];
-            for (int i = j + 1; i < s.n; ++i)
-                column[i] = column[i] * factor;
+            Lanes& diagonal = s.column(j)[j];
+            diagonal = choose(equal(diagonal, Lanes::all(0.0)), Lanes::all(tinyPivot), diagonal);
+            factor = Lanes::all(1.0) / diagonal;
+        }
+        if (!parted)
+        {
+            Lanes* latest = s.column(k + terms - 1);
+            for (int i = k + terms; i < s.n; ++i)
+                latest[i] = latest[i] * factor;
         }
         if (terms > 0)
             reduceTrailing(s, k, terms, k + terms + (parted ? 1 : 0));
@@ -261,9 +288,9 @@ void substituteBack(const System& s, int n, Lanes* x)
     }
 }
 
-/// The same for a system together with the one without its last row and column, which has been eliminated with it: x as above, and
-/// `partner` likewise for the smaller one. Twice the sums to overlap.
-void substituteBackBoth(const System& s, Lanes* x, Lanes* partner)
+/// The same for a system and its partner side by side: twice the sums to overlap. The partner's matrix and right-hand sides may be in the
+/// same place.
+void substituteBackBoth(const System& s, Lanes* x, const Lanes* partnerMatrix, const Lanes* partnerRight, Lanes* partnerX)
 {
     const int m = s.n - 1;
     for (int axis = 0; axis < 3; ++axis)
@@ -273,30 +300,35 @@ void substituteBackBoth(const System& s, Lanes* x, Lanes* partner)
         Lanes sum[3];
         Lanes partnerSum[3];
         for (int axis = 0; axis < 3; ++axis)
-            partnerSum[axis] = sum[axis] = s.column(s.n + axis)[i];
+        {
+            sum[axis] = s.column(s.n + axis)[i];
+            partnerSum[axis] = partnerRight[axis * s.stride + i];
+        }
         const Lanes* u = s.element + i;
+        const Lanes* partnerU = partnerMatrix + i;
         for (int j = i + 1; j < m; ++j)
             for (int axis = 0; axis < 3; ++axis)
             {
                 sum[axis] = sum[axis] - u[j * s.stride] * x[3 * j + axis];
-                partnerSum[axis] = partnerSum[axis] - u[j * s.stride] * partner[3 * j + axis];
+                partnerSum[axis] = partnerSum[axis] - partnerU[j * s.stride] * partnerX[3 * j + axis];
             }
         for (int axis = 0; axis < 3; ++axis)
         {
             x[3 * i + axis] = (sum[axis] - u[m * s.stride] * x[3 * m + axis]) / u[i * s.stride];
-            partner[3 * i + axis] = partnerSum[axis] / u[i * s.stride];
+            partnerX[3 * i + axis] = partnerSum[axis] / partnerU[i * s.stride];
         }
     }
 }
 
-/// Copies the system without its last row and column to `element`. What is above row `from` may differ from the place in the larger system
-/// only in columns that both have.
-System withoutLast(const System& s, Lanes* element, Lanes* scale)
+/// Copies the system without its last row and column.
+System withoutLast(const System& s, Lanes* element, Lanes* scale, bool sameScales)
 {
     System part = s;
     part.element = element;
     part.scale = scale;
     part.n = s.n - 1;
+    for (int i = 0; i < part.n && sameScales; ++i)
+        scale[i] = s.scale[i];
     for (int j = 0; j < part.n + 3; ++j)
     {
         const Lanes* source = s.column(j < part.n ? j : j + 1);

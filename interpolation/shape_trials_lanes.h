@@ -108,6 +108,9 @@ void tryAll(const TrialStencil& stencil, const double* shape, double* room, Tria
     double* const numbers = reinterpret_cast<double*>(lanes);
     const Distances distances{numbers + 2 * n, n, numbers, numbers + n};
     measure(stencil, distances);
+    bool sameScales = true;
+    for (int i = 0; i < n - 1; ++i)
+        sameScales = sameScales && distances.largest[i] == distances.largestWithout[i];
 
     for (int t = 0; t < shapeCount; t += Lanes::width)
     {
@@ -117,30 +120,25 @@ void tryAll(const TrialStencil& stencil, const double* shape, double* room, Tria
         setUp(system, stencil, distances, c);
         if (without == nullptr)
         {
-            eliminate(system, 0, n - 1, nullptr);
+            eliminate(system, 0, n - 1, {false, nullptr});
             finishLastPivot(system);
             substituteBack(system, n, x);
         }
         else
         {
-            for (int i = 0; i < n - 1; ++i)
+            for (int i = 0; i < n - 1 && !sameScales; ++i)
                 partScale[i] = Lanes::all(1.0) / squareRoot(Lanes::all(distances.largestWithout[i]) + c * c);
-            const int done = eliminate(system, 0, n - 1, partScale);
-            if (done == n - 1)
+            const int done = eliminate(system, 0, n - 1, {true, sameScales ? nullptr : partScale});
+            System part = system;
+            if (done < n - 1)
             {
-                finishLastPivot(system);
-                substituteBackBoth(system, x, partX);
-            }
-            else
-            {
-                System part = withoutLast(system, partElement, partScale);
-                eliminate(part, done, n - 2, nullptr);
+                part = withoutLast(system, partElement, partScale, sameScales);
+                eliminate(part, done, n - 2, {false, nullptr});
                 finishLastPivot(part);
-                substituteBack(part, n - 1, partX);
-                eliminate(system, done, n - 1, nullptr);
-                finishLastPivot(system);
-                substituteBack(system, n, x);
+                eliminate(system, done, n - 1, {false, nullptr});
             }
+            finishLastPivot(system);
+            substituteBackBoth(system, x, part.element, part.column(part.n), partX);
             conclude(partX, stencil.phi, n - 1, t, *without);
         }
         conclude(x, stencil.phi, n, t, with);
