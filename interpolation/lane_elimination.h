@@ -26,8 +26,9 @@ struct System
     Lanes* element; // column by column
     int stride;     // Lanes from one column to the next
     int n;
-    Lanes* scale;    // per row 1 / its largest magnitude
-    Mask started[3]; // per right-hand side: lanes that have met an entry other than zero
+    const double* number; // 0.0, 1.0, ...: row numbers as the lanes hold them
+    Lanes* scale;         // per row 1 / its largest magnitude
+    Mask started[3];      // per right-hand side: lanes that have met an entry other than zero
     bool allStarted;
 
     Lanes* column(int j) const { return element + j * stride; }
@@ -150,7 +151,6 @@ Lanes reduceAndSearch(const System& s, int k, Lanes factor)
     finishTop<terms>(s, k, column, u);
     Lanes big = Lanes::all(0.0);
     Lanes pivot = Lanes::all(j);
-    Lanes row = pivot;
     for (int i = j; i < s.n; ++i)
     {
         if constexpr (terms > 0)
@@ -161,9 +161,8 @@ Lanes reduceAndSearch(const System& s, int k, Lanes factor)
         const Lanes a = reduced<terms>(column[i], l + i, s.stride, u);
         column[i] = a;
         const Lanes candidate = s.scale[i] * magnitude(a);
-        pivot = choose(atLeast(candidate, big), row, pivot);
+        pivot = choose(atLeast(candidate, big), Lanes::all(s.number[i]), pivot);
         big = larger(candidate, big);
-        row = row + Lanes::all(1.0);
     }
     return pivot;
 }

@@ -106,7 +106,10 @@ void tryAll(const TrialStencil& stencil, const double* shape, double* room, Tria
     Lanes* const x = take(3 * n);
     Lanes* const partX = take(3 * n);
     double* const numbers = reinterpret_cast<double*>(lanes);
-    const Distances distances{numbers + 2 * n, n, numbers, numbers + n};
+    const Distances distances{numbers + 3 * n, n, numbers, numbers + n};
+    double* const number = numbers + 2 * n;
+    for (int i = 0; i < n; ++i)
+        number[i] = i;
     measure(stencil, distances);
     bool sameScales = true;
     for (int i = 0; i < n - 1; ++i)
@@ -116,7 +119,7 @@ void tryAll(const TrialStencil& stencil, const double* shape, double* room, Tria
     {
         const Lanes c = Lanes::from(shape + t);
         const Mask none = differs(c, c);
-        System system{element, stride, n, scale, {none, none, none}, false};
+        System system{element, stride, n, number, scale, {none, none, none}, false};
         setUp(system, stencil, distances, c);
         if (without == nullptr)
         {
