@@ -20,6 +20,32 @@ namespace
 constexpr int panelWidth = 4;
 constexpr double tinyPivot = 1.0e-20;
 
+/// Square roots of squared distances plus c^2 for the next system. They are taken while this one is eliminated, a few at a time between the
+/// multiplications, as a processor's unit for roots would be idle otherwise.
+struct Roots
+{
+    const double* squared;
+    Lanes cc;
+    Lanes* root;
+    int done;
+    int count;
+
+    /// Takes the first up to `most` of those that are left.
+    int claim(int most)
+    {
+        const int number = count - done < most ? count - done : most;
+        done += number;
+        return number;
+    }
+
+    /// Takes all that are left.
+    void finish()
+    {
+        for (; done < count; ++done)
+            root[done] = squareRoot(Lanes::all(squared[done]) + cc);
+    }
+};
+
 /// n equations: columns 0..n-1 the matrix, n..n+2 the right-hand sides.
 struct System
 {
@@ -30,6 +56,7 @@ struct System
     Lanes* scale;         // per row 1 / its largest magnitude
     Mask started[3];      // per right-hand side: lanes that have met an entry other than zero
     bool allStarted;
+    Roots* roots; // to go on with
 
     Lanes* column(int j) const { return element + j * stride; }
 };
@@ -74,14 +101,26 @@ void reduceColumns(const System& s, int k, int c)
     Lanes u[columns][terms];
     for (int b = 0; b < columns; ++b)
         finishTop<terms>(s, k, column + b * s.stride, u[b]);
-    for (int i = k + terms; i < s.n; ++i)
+    const auto reduceRow = [=, stride = s.stride, &u](int i)
     {
         Lanes a[columns];
         for (int b = 0; b < columns; ++b)
-            a[b] = reduced<terms>(column[b * s.stride + i], l + i, s.stride, u[b]);
+            a[b] = reduced<terms>(column[b * stride + i], l + i, stride, u[b]);
         for (int b = 0; b < columns; ++b)
-            column[b * s.stride + i] = a[b];
+            column[b * stride + i] = a[b];
+    };
+    int i = k + terms;
+    const double* squared = s.roots->squared + s.roots->done;
+    Lanes* root = s.roots->root + s.roots->done;
+    const Lanes cc = s.roots->cc;
+    for (int number = s.roots->claim((s.n - i) / 2); number > 0; --number)
+    {
+        *root++ = squareRoot(Lanes::all(*squared++) + cc);
+        reduceRow(i++);
+        reduceRow(i++);
     }
+    for (; i < s.n; ++i)
+        reduceRow(i);
 }
 
 template <int terms>

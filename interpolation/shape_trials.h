@@ -31,7 +31,7 @@ struct Trials
 /// Doubles of room (any alignment of 32 bytes) that a stencil of n points needs.
 constexpr int trialRoom(int n)
 {
-    return 4 * (2 * (n | 1) * (n + 3) + 8 * n + 8) + (n + 3) * (n + 4);
+    return 4 * (2 * (n | 1) * (n + 3) + 8 * n + n * (n - 1) / 2) + 3 * n + n * (n - 1) / 2;
 }
 
 /// Fits the stencil with each shape parameter. With `without` given also the stencil without its last point; that asks for n >= 2,

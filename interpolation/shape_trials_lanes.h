@@ -17,8 +17,7 @@ using tav3d::interpolation::TrialStencil;
 /// The squared distances of a stencil's points.
 struct Distances
 {
-    double* squared; // row i at i * stride, columns 0..i
-    int stride;
+    double* squared;        // of points i and 0..i-1, for i = 1, 2, ...
     double* largest;        // per row
     double* largestWithout; // per row, the last point left out
 };
@@ -27,9 +26,9 @@ void measure(const TrialStencil& s, const Distances& d)
 {
     for (int i = 0; i < s.n; ++i)
         d.largest[i] = d.largestWithout[i] = 0.0;
-    for (int i = 0; i < s.n; ++i)
+    double* row = d.squared;
+    for (int i = 0; i < s.n; row += i, ++i)
     {
-        double* row = d.squared + i * d.stride;
         if (i == s.n - 1)
             for (int j = 0; j < i; ++j)
                 d.largestWithout[j] = d.largest[j];
@@ -47,17 +46,17 @@ void measure(const TrialStencil& s, const Distances& d)
     }
 }
 
-/// Matrix and right-hand sides for the shape parameters c.
-void setUp(const System& s, const TrialStencil& stencil, const Distances& d, Lanes c)
+/// Matrix and right-hand sides from all roots.
+void setUp(const System& s, const TrialStencil& stencil, const Distances& d)
 {
-    const Lanes cc = c * c;
+    const Lanes cc = s.roots->cc;
     const Lanes onDiagonal = squareRoot(Lanes::all(0.0) + cc);
+    const Lanes* root = s.roots->root;
     for (int i = 0; i < s.n; ++i)
     {
-        const double* row = d.squared + i * d.stride;
         for (int j = 0; j < i; ++j)
         {
-            const Lanes r = squareRoot(Lanes::all(row[j]) + cc);
+            const Lanes r = *root++;
             s.column(i)[j] = r;
             s.column(j)[i] = r;
         }
@@ -105,8 +104,9 @@ void tryAll(const TrialStencil& stencil, const double* shape, double* room, Tria
     Lanes* const partScale = take(n);
     Lanes* const x = take(3 * n);
     Lanes* const partX = take(3 * n);
+    Lanes* const root = take(n * (n - 1) / 2);
     double* const numbers = reinterpret_cast<double*>(lanes);
-    const Distances distances{numbers + 3 * n, n, numbers, numbers + n};
+    const Distances distances{numbers + 3 * n, numbers, numbers + n};
     double* const number = numbers + 2 * n;
     for (int i = 0; i < n; ++i)
         number[i] = i;
@@ -115,12 +115,26 @@ void tryAll(const TrialStencil& stencil, const double* shape, double* room, Tria
     for (int i = 0; i < n - 1; ++i)
         sameScales = sameScales && distances.largest[i] == distances.largestWithout[i];
 
-    for (int t = 0; t < shapeCount; t += Lanes::width)
+    const auto square = [shape](int t)
     {
         const Lanes c = Lanes::from(shape + t);
-        const Mask none = differs(c, c);
-        System system{element, stride, n, number, scale, {none, none, none}, false};
-        setUp(system, stencil, distances, c);
+        return c * c;
+    };
+    Roots roots{distances.squared, square(0), root, 0, n * (n - 1) / 2};
+    const Mask none = differs(square(0), square(0));
+    for (int t = 0; t < shapeCount; t += Lanes::width)
+    {
+        roots.finish();
+        System system{element, stride, n, number, scale, {none, none, none}, false, &roots};
+        setUp(system, stencil, distances);
+        for (int i = 0; i < n - 1 && !sameScales; ++i)
+            partScale[i] = Lanes::all(1.0) / squareRoot(Lanes::all(distances.largestWithout[i]) + roots.cc);
+        if (t + Lanes::width < shapeCount)
+        {
+            roots.cc = square(t + Lanes::width);
+            roots.done = 0;
+        }
+
         if (without == nullptr)
         {
             eliminate(system, 0, n - 1, {false, nullptr});
@@ -129,8 +143,6 @@ void tryAll(const TrialStencil& stencil, const double* shape, double* room, Tria
         }
         else
         {
-            for (int i = 0; i < n - 1 && !sameScales; ++i)
-                partScale[i] = Lanes::all(1.0) / squareRoot(Lanes::all(distances.largestWithout[i]) + c * c);
             const int done = eliminate(system, 0, n - 1, {true, sameScales ? nullptr : partScale});
             System part = system;
             if (done < n - 1)
