@@ -8,8 +8,8 @@ import sys
 ENTRY = re.compile(r"^tav3d::interpolation::(\w+)::tryShapes\(")
 
 
-def main(nm: str, objects: list[str]) -> int:
-    special = [o for o in objects if re.search(r"_(avx2|sse2)\.cpp\.o(bj)?$", o)]
+def main(nm: str, objects: str) -> int:
+    special = [o for o in objects.split(";") if re.search(r"_(avx2|sse2)\.cpp\.o(bj)?$", o)]
     errors = 0
     for path in special:
         listing = subprocess.run([nm, "-C", "--defined-only", path], check=True, capture_output=True, text=True).stdout
@@ -31,4 +31,4 @@ def main(nm: str, objects: list[str]) -> int:
 
 
 if __name__ == "__main__":
-    sys.exit(main(sys.argv[1], sys.argv[2:]))
+    sys.exit(main(sys.argv[1], sys.argv[2]))
