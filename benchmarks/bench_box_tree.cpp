@@ -71,13 +71,13 @@ void boxTree(benchmark::State& state, bool lattice)
 using Corner = bg::model::point<double, 3, bg::cs::cartesian>;
 using Box = bg::model::box<Corner>;
 using Entry = std::pair<Box, int>;
+using Tree = bg::index::rtree<Entry, bg::index::quadratic<16>>;
 
 Box pointBox(const Point& p)
 {
     return Box({p[0] - half, p[1] - half, p[2] - half}, {p[0] + half, p[1] + half, p[2] + half});
 }
 
-template <class Tree>
 long long countFound(const Tree& tree, const Cloud& c)
 {
     long long found = 0;
@@ -93,22 +93,18 @@ long long countFound(const Tree& tree, const Cloud& c)
 }
 
 /// One by one, and no sorting of what is found.
-template <class Split>
 void boostInserted(benchmark::State& state, bool lattice)
 {
     const Cloud& c = cloud(lattice);
     for (auto _ : state)
     {
-        bg::index::rtree<Entry, Split> tree;
+        Tree tree;
         int id = 0;
         for (const Point& p : c.nodes)
             tree.insert(Entry(pointBox(p), ++id));
         state.counters["found"] = static_cast<double>(countFound(tree, c));
     }
 }
-
-constexpr auto boostLinear = boostInserted<bg::index::linear<16>>;
-constexpr auto boostQuadratic = boostInserted<bg::index::quadratic<16>>;
 
 /// All boxes at once, and no sorting of what is found.
 void boostPacked(benchmark::State& state, bool lattice)
@@ -119,7 +115,7 @@ void boostPacked(benchmark::State& state, bool lattice)
         std::vector<Entry> entries;
         for (const Point& p : c.nodes)
             entries.emplace_back(pointBox(p), static_cast<int>(entries.size()) + 1);
-        const bg::index::rtree<Entry, bg::index::quadratic<16>> tree(entries);
+        const Tree tree(entries);
         state.counters["found"] = static_cast<double>(countFound(tree, c));
     }
 }
@@ -127,10 +123,8 @@ void boostPacked(benchmark::State& state, bool lattice)
 } // namespace
 
 BENCHMARK_CAPTURE(boxTree, lattice, true)->Name("box_tree_lattice/ours")->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(boostLinear, lattice, true)->Name("box_tree_lattice/boost_linear")->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(boostQuadratic, lattice, true)->Name("box_tree_lattice/boost_quadratic")->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(boostInserted, lattice, true)->Name("box_tree_lattice/boost_inserted")->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(boostPacked, lattice, true)->Name("box_tree_lattice/boost_packed")->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(boxTree, random, false)->Name("box_tree_random/ours")->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(boostLinear, random, false)->Name("box_tree_random/boost_linear")->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(boostQuadratic, random, false)->Name("box_tree_random/boost_quadratic")->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(boostInserted, random, false)->Name("box_tree_random/boost_inserted")->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(boostPacked, random, false)->Name("box_tree_random/boost_packed")->Unit(benchmark::kMillisecond);

@@ -5,12 +5,14 @@
 //   --list               the names of the benchmarks, and nothing is measured
 //   --quick              no benchmark of more than 100,000 things, fewer and shorter repetitions
 //   --json=FILE          all measurements, in Google Benchmark's format
+//   --from=FILE,...      tables from measurements saved before, and nothing is measured; rows of a later file take the place of an earlier file's
 //   --table=FILE         the tables, in Markdown (they are printed at the end in any case)
 
 #include "benchmarks/measurement.h"
 #include "benchmarks/ratio_table.h"
 #include "benchmarks/row_data.h"
 #include "benchmarks/row_reporter.h"
+#include "benchmarks/saved_results.h"
 
 #include <benchmark/benchmark.h>
 
@@ -36,6 +38,7 @@ struct Options
     bool isQuick = false;
     bool isListing = false;
     std::string jsonFile, tableFile;
+    std::vector<std::string> from; // files to read instead of measuring
     std::vector<std::string> rest; // Google Benchmark's
 };
 
@@ -52,6 +55,12 @@ Options parseOptions(int argc, char** argv)
             options.jsonFile = value("--json=");
         else if (argument.starts_with("--table="))
             options.tableFile = value("--table=");
+        else if (argument.starts_with("--from="))
+        {
+            std::istringstream files{std::string(value("--from="))};
+            for (std::string file; std::getline(files, file, ',');)
+                options.from.push_back(file);
+        }
         else if (argument == "--list")
             options.isListing = true;
         else if (argument.starts_with("--benchmark_out"))
@@ -118,9 +127,30 @@ std::vector<std::string> rowFilters(const std::vector<std::string>& names, bool 
     return filters;
 }
 
+void showTables(const std::vector<Measurement>& measurements, const std::string& tableFile)
+{
+    const std::string tables = ratioTables(summarize(measurements), projectTargets());
+    std::printf("\n%s", tables.c_str());
+    if (!tableFile.empty() && !(std::ofstream(tableFile) << tables))
+        throw std::runtime_error("cannot write " + tableFile);
+}
+
 int run(int argc, char** argv)
 {
     const Options options = parseOptions(argc, argv);
+    if (!options.from.empty())
+    {
+        std::vector<Measurement> all;
+        for (const std::string& file : options.from)
+        {
+            std::ifstream saved(file);
+            if (!saved)
+                throw std::runtime_error("cannot read " + file);
+            all = withRowsReplaced(all, readMeasurements(saved));
+        }
+        showTables(all, options.tableFile);
+        return 0;
+    }
     std::vector<std::string> arguments{argv[0], "--benchmark_enable_random_interleaving=true",
                                        options.isQuick ? "--benchmark_repetitions=3" : "--benchmark_repetitions=7",
                                        options.isQuick ? "--benchmark_min_time=0.05" : "--benchmark_min_time=0.2"};
@@ -151,10 +181,7 @@ int run(int argc, char** argv)
     reporter.finish();
     benchmark::Shutdown();
 
-    const std::string tables = ratioTables(summarize(reporter.measurements()), projectTargets());
-    std::printf("\n%s", tables.c_str());
-    if (!options.tableFile.empty() && !(std::ofstream(options.tableFile) << tables))
-        throw std::runtime_error("cannot write " + options.tableFile);
+    showTables(reporter.measurements(), options.tableFile);
     return reporter.hasErrors() ? 1 : 0;
 }
 

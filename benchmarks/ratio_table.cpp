@@ -94,16 +94,17 @@ std::vector<std::string> formsOf(const std::vector<Figure>& figures, std::string
     return forms;
 }
 
-/// The largest n up to the limit (0: none) that both forms were measured with; nothing when there is none.
+/// Of the n that both forms were measured with, the nearest to the wanted one by ratio (0: the largest); nothing when there is none.
 std::optional<std::int64_t> commonSize(const std::vector<Figure>& figures, std::string_view row, std::string_view a, std::string_view b,
-                                       std::int64_t limit)
+                                       std::int64_t wanted)
 {
-    std::optional<std::int64_t> largest;
+    const auto distance = [&](std::int64_t n)
+    { return wanted == 0 || n == 0 ? -static_cast<double>(n) : std::abs(std::log(static_cast<double>(n) / static_cast<double>(wanted))); };
+    std::optional<std::int64_t> best;
     for (const Figure& f : figures)
-        if (f.name.row == row && f.name.form == a && (limit == 0 || f.name.n <= limit) && find(figures, row, b, f.name.n) &&
-            f.name.n >= largest.value_or(0))
-            largest = f.name.n;
-    return largest;
+        if (f.name.row == row && f.name.form == a && find(figures, row, b, f.name.n) && (!best || distance(f.name.n) < distance(*best)))
+            best = f.name.n;
+    return best;
 }
 
 Line ratioLine(const std::vector<Figure>& figures, const std::string& row, const std::string& form, const std::string& against,
@@ -155,6 +156,12 @@ std::string ratios(const std::vector<Figure>& figures, const Targets& targets)
         for (const RatioTarget& target : targets.ratios) // not the set, whose order is that of addresses
             if (open.contains(&target))
                 lines.push_back(ratioLine(figures, row, std::string(target.form), std::string(target.against), &target));
+        if (!lines.empty() && lines.back()[0] == row)
+            continue;
+        for (const std::string& form : forms) // nothing to compare it with
+            if (const Figure* f = find(figures, row, form, commonSize(figures, row, form, form, 0).value_or(0)))
+                lines.push_back(
+                    {row, countText(f->name.n), form, timeText(f->minimum) + (f->isPerItem ? " each" : ""), "", "", "", "", "", ""});
     }
     return table({"row", "n", "form", "time", "against", "its time", "ratio", "of medians", "target", "holds"}, lines);
 }

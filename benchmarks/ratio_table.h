@@ -13,7 +13,7 @@
 namespace tav3d::benchmarks
 {
 
-/// Time of `against` divided by time of `form`, at the largest number of things up to n that both were measured with (n = 0: at the largest).
+/// Time of `against` divided by time of `form`. Of the numbers of things that both were measured with, the one nearest to n counts (n = 0: the largest).
 struct RatioTarget
 {
     std::string_view row;
