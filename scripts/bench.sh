@@ -14,6 +14,7 @@ while [ $# -gt 0 ]; do
   case $1 in
     --quick) mode=print; arguments+=(--quick) ;;
     --filter) [ "$mode" = update ] || mode=print; arguments+=("--benchmark_filter=${2:?expression missing}"); shift ;;
+    --benchmark_filter=*) [ "$mode" = update ] || mode=print; arguments+=("$1") ;;
     --update) mode=update ;;
     *) arguments+=("$1") ;;
   esac
