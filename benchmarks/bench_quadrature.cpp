@@ -106,6 +106,6 @@ void oneSystem(benchmark::State& state)
 
 } // namespace
 
-BENCHMARK(nodeForm)->Name("quadrature_hexahedra/ours")->Unit(benchmark::kMicrosecond);
-BENCHMARK(centreForm)->Name("quadrature_centre/ours")->Unit(benchmark::kMicrosecond);
+BENCHMARK(nodeForm)->Name("quadrature_hexa27/ours")->Unit(benchmark::kMicrosecond);
+BENCHMARK(centreForm)->Name("quadrature_center/ours")->Unit(benchmark::kMicrosecond);
 BENCHMARK(oneSystem)->Name("quadrature_system/plain")->Arg(8)->Arg(27)->Arg(28)->Unit(benchmark::kMicrosecond);

@@ -12,12 +12,12 @@ constexpr std::int64_t million = 1000000;
 
 constexpr RatioTarget ratios[] = {
     // Multiquadric quadrature at one data point.
-    {"quadrature_hexahedra", "ours", "plain", 0, 15.0},
-    {"quadrature_hexahedra", "ours_sse2", "plain", 0, 7.0},
-    {"quadrature_hexahedra", "ours", "eigen", 0, 6.0},
-    {"quadrature_hexahedra", "ours", "lapack", 0, 6.0},
-    {"quadrature_tetrahedra", "ours", "plain", 0, 12.0},
-    {"quadrature_centre", "ours", "plain", 0, 8.0},
+    {"quadrature_hexa27", "ours", "plain", 0, 15.0},
+    {"quadrature_hexa27", "ours_sse2", "plain", 0, 7.0},
+    {"quadrature_hexa27", "ours", "eigen", 0, 6.0},
+    {"quadrature_hexa27", "ours", "lapack", 0, 6.0},
+    {"quadrature_tetra", "ours", "plain", 0, 12.0},
+    {"quadrature_center", "ours", "plain", 0, 8.0},
     {"quadrature_host_call", "ours", "plain", 0, 7.0},
     // Neighbour sorting.
     {"sorting_nodes", "ours", "nanoflann", million, 1.0},
