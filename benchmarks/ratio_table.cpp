@@ -138,6 +138,7 @@ std::string ratios(const std::vector<Figure>& figures, const Targets& targets)
     for (const std::string& row : rowsOf(figures))
     {
         const std::vector<std::string> forms = formsOf(figures, row);
+        const bool hasPlain = std::find(forms.begin(), forms.end(), "plain") != forms.end();
         std::set<const RatioTarget*> open;
         for (const RatioTarget& target : targets.ratios)
             if (target.row == row)
@@ -149,8 +150,11 @@ std::string ratios(const std::vector<Figure>& figures, const Targets& targets)
                     continue;
                 const auto target =
                     std::find_if(open.begin(), open.end(), [&](const RatioTarget* t) { return t->form == form && t->against == against; });
-                lines.push_back(ratioLine(figures, row, form, against, target == open.end() ? nullptr : *target));
-                if (target != open.end())
+                const bool isWanted = target != open.end();
+                if (!isWanted && form != "ours" && against != "plain" && hasPlain)
+                    continue; // variants of ours have the plain form to show what they bring
+                lines.push_back(ratioLine(figures, row, form, against, isWanted ? *target : nullptr));
+                if (isWanted)
                     open.erase(target);
             }
         for (const RatioTarget& target : targets.ratios) // not the set, whose order is that of addresses

@@ -197,6 +197,15 @@ TEST(RatioTables, a_row_with_nothing_to_compare_shows_its_time)
     EXPECT_EQ(cells(tablesOf({runJson("load/ours", 2.0)}), {"load"}), (Cells{"load", "", "ours", "2.00 ms", "", "", "", "", "", ""}));
 }
 
+TEST(RatioTables, a_variant_of_ours_is_compared_with_the_plain_form_and_with_peers_where_there_is_none)
+{
+    const std::string withPlain = tablesOf({runJson("sort/ours_sse2", 2.0), runJson("sort/plain", 6.0), runJson("sort/boost", 4.0)});
+    EXPECT_EQ(cells(withPlain, {"sort", "", "ours_sse2", "2.00 ms", "plain"}).size(), 10u) << withPlain;
+    EXPECT_TRUE(cells(withPlain, {"sort", "", "ours_sse2", "2.00 ms", "boost"}).empty()) << withPlain;
+    const std::string without = tablesOf({runJson("sort/ours_sse2", 2.0), runJson("sort/boost", 4.0)});
+    EXPECT_EQ(cells(without, {"sort", "", "ours_sse2", "2.00 ms", "boost"}).size(), 10u) << without;
+}
+
 TEST(RatioTables, an_item_is_not_compared_with_an_iteration)
 {
     const std::string tables = tablesOf({runJson("solve/ours", 1.0, "ms", R"(, "items_per_second": 1e6)"), runJson("solve/plain", 6.0)});
