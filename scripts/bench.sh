@@ -22,6 +22,7 @@ while [ $# -gt 0 ]; do
 done
 
 scripts/setup.sh libeigen3-dev libopenblas-dev libnanoflann-dev libvtk9-dev
+mkdir -p build
 cmake --preset release -DTAV3D_BUILD_BENCHMARKS=ON > build/bench-configure.log 2>&1 || { cat build/bench-configure.log; exit 1; }
 grep "tav3d_bench:" build/bench-configure.log || true
 cmake --build --preset release --target tav3d_bench > build/bench-build.log || { cat build/bench-build.log; exit 1; }
