@@ -144,29 +144,28 @@ void vtkEvaluatePosition(benchmark::State& state, const std::vector<Element>& al
 
 #endif
 
-} // namespace
-
-int main(int argc, char** argv)
+const bool areRegistered = []
 {
     using Space = CFEM_Elem3D_Factory;
     using Plane = CFEM_Elem2D_Factory;
-    benchmark::Initialize(&argc, argv);
-    benchmark::RegisterBenchmark("hexahedron_made", madeAndEvaluated<&Space::Make_HEXA8>, elements(cube, 0.12));
-    benchmark::RegisterBenchmark("hexahedron", evaluated<&Space::Make_HEXA8>, elements(cube, 0.12));
-    benchmark::RegisterBenchmark("cube", evaluated<&Space::Make_HEXA8>, elements(cube, 0.0));
-    benchmark::RegisterBenchmark("prism", evaluated<&Space::Make_PRISM6>, elements(prism, 0.12));
-    benchmark::RegisterBenchmark("pyramid", evaluated<&Space::Make_PYRAMID5>, elements(pyramid, 0.12));
-    benchmark::RegisterBenchmark("tetrahedron", evaluated<&Space::Make_TETRA4>, elements(tetra, 0.12));
-    benchmark::RegisterBenchmark("quadrilateral", evaluatedInPlane<&Plane::Make_QUAD4>, elements(quad, 0.12, true));
-    benchmark::RegisterBenchmark("triangle", evaluatedInPlane<&Plane::Make_TRI3>, elements(triangle, 0.12, true));
+    benchmark::RegisterBenchmark("shape_hexahedron_made/ours", madeAndEvaluated<&Space::Make_HEXA8>, elements(cube, 0.12));
+    benchmark::RegisterBenchmark("shape_hexahedron/ours", evaluated<&Space::Make_HEXA8>, elements(cube, 0.12));
+    benchmark::RegisterBenchmark("shape_cube/ours", evaluated<&Space::Make_HEXA8>, elements(cube, 0.0));
+    benchmark::RegisterBenchmark("shape_prism/ours", evaluated<&Space::Make_PRISM6>, elements(prism, 0.12));
+    benchmark::RegisterBenchmark("shape_pyramid/ours", evaluated<&Space::Make_PYRAMID5>, elements(pyramid, 0.12));
+    benchmark::RegisterBenchmark("shape_tetrahedron/ours", evaluated<&Space::Make_TETRA4>, elements(tetra, 0.12));
+    benchmark::RegisterBenchmark("shape_quadrilateral/ours", evaluatedInPlane<&Plane::Make_QUAD4>, elements(quad, 0.12, true));
+    benchmark::RegisterBenchmark("shape_triangle/ours", evaluatedInPlane<&Plane::Make_TRI3>, elements(triangle, 0.12, true));
 #ifdef TAV3D_BENCHMARK_VTK
-    benchmark::RegisterBenchmark("vtk_hexahedron", vtkEvaluatePosition<vtkHexahedron>, elements(cube, 0.12));
-    benchmark::RegisterBenchmark("vtk_cube", vtkEvaluatePosition<vtkHexahedron>, elements(cube, 0.0));
-    benchmark::RegisterBenchmark("vtk_prism", vtkEvaluatePosition<vtkWedge>, elements(prism, 0.12));
-    benchmark::RegisterBenchmark("vtk_pyramid", vtkEvaluatePosition<vtkPyramid>, elements(pyramid, 0.12));
-    benchmark::RegisterBenchmark("vtk_tetrahedron", vtkEvaluatePosition<vtkTetra>, elements(tetra, 0.12));
-    benchmark::RegisterBenchmark("vtk_quadrilateral", vtkEvaluatePosition<vtkQuad>, elements(quad, 0.12, true));
-    benchmark::RegisterBenchmark("vtk_triangle", vtkEvaluatePosition<vtkTriangle>, elements(triangle, 0.12, true));
+    benchmark::RegisterBenchmark("shape_hexahedron/vtk", vtkEvaluatePosition<vtkHexahedron>, elements(cube, 0.12));
+    benchmark::RegisterBenchmark("shape_cube/vtk", vtkEvaluatePosition<vtkHexahedron>, elements(cube, 0.0));
+    benchmark::RegisterBenchmark("shape_prism/vtk", vtkEvaluatePosition<vtkWedge>, elements(prism, 0.12));
+    benchmark::RegisterBenchmark("shape_pyramid/vtk", vtkEvaluatePosition<vtkPyramid>, elements(pyramid, 0.12));
+    benchmark::RegisterBenchmark("shape_tetrahedron/vtk", vtkEvaluatePosition<vtkTetra>, elements(tetra, 0.12));
+    benchmark::RegisterBenchmark("shape_quadrilateral/vtk", vtkEvaluatePosition<vtkQuad>, elements(quad, 0.12, true));
+    benchmark::RegisterBenchmark("shape_triangle/vtk", vtkEvaluatePosition<vtkTriangle>, elements(triangle, 0.12, true));
 #endif
-    benchmark::RunSpecifiedBenchmarks();
-}
+    return true;
+}();
+
+} // namespace
