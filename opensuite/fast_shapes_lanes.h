@@ -18,7 +18,7 @@ namespace
 constexpr double widthOfTetra = 1e-6; // V^2 over the cube of the summed squares of distances: 0.3 in a regular element
 constexpr double justInside = 1e-6;   // as in the careful form
 constexpr double atCorner = 1.0 - 1e-9;
-constexpr double lastStep = 3e-8; // its square is rounding
+constexpr double lastStep = 1e-7; // the next one, some tenth of its square, would be rounding
 constexpr double rounding = 1e-16;
 constexpr double affine = 1e-16;      // a residual of the linear part's solution below this part of its start: there is nothing to correct
 constexpr double nearlyAffine = 1e-5; // ... below this: chord steps gain some five digits each
