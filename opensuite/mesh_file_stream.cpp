@@ -26,6 +26,20 @@ std::int64_t sectionCount(const CgnsReader& reader, const std::string& section, 
     return count;
 }
 
+/// Nodes, cells and a third number of a zone.
+std::vector<std::int32_t> zoneSize(const CgnsReader& reader, const std::string& zone)
+{
+    if (!reader.has(zone))
+        reader.fail(zone, "the file has no such mesh");
+    const CgnsNodeInfo info = reader.info(zone);
+    if (info.label != "Zone_t" || info.dims != CgnsDims{1, 3})
+        reader.fail(zone, "is not a zone of an unstructured mesh");
+    std::vector<std::int32_t> size = reader.read<std::int32_t>(zone, 3, 3);
+    if (size[0] < 1)
+        reader.fail(zone, "the node count is not positive");
+    return size;
+}
+
 std::int64_t listLength(const CgnsReader& reader, const std::string& path)
 {
     return reader.has(path) ? static_cast<std::int64_t>(reader.children(path).size()) : 0;
@@ -89,15 +103,7 @@ MeshZoneStream::MeshZoneStream(const CgnsReader& reader, ZoneId zone, double sca
     : reader_(&reader)
     , path_(zonePath(zone))
 {
-    if (!reader.has(path_))
-        reader.fail(path_, "the file has no such mesh");
-    const CgnsNodeInfo info = reader.info(path_);
-    if (info.label != "Zone_t" || info.dims != CgnsDims{1, 3})
-        reader.fail(path_, "is not a zone of an unstructured mesh");
-    const auto size = reader.read<std::int32_t>(path_, 3, 3);
-    if (size[0] < 1)
-        reader.fail(path_, "the node count is not positive");
-
+    const auto size = zoneSize(reader, path_);
     std::int64_t last = 0;
     counts_.present = true;
     counts_.nodes = size[0];
@@ -246,6 +252,16 @@ MeshZoneSummary MeshZoneStream::checkAll()
     (void)partInsertInterfaces();
     rewind();
     return summary;
+}
+
+CellStream plasticCells(const CgnsReader& reader, ZoneId zone, std::int64_t& nodes)
+{
+    const std::string path = zonePath(zone);
+    nodes = zoneSize(reader, path)[0];
+    const std::string section = childPath(path, mesh_layout::plastic);
+    std::int64_t last = 0;
+    const std::int64_t cells = sectionCount(reader, section, mixed, last);
+    return {reader, section, cells, nodes};
 }
 
 std::string zonePath(ZoneId zone)

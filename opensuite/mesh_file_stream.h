@@ -21,6 +21,7 @@ public:
     ArrayStream() = default;
     explicit ArrayStream(CgnsArray array)
         : array_(std::move(array))
+        , count_(array_.count())
     {
     }
     ArrayStream(ArrayStream&&) noexcept = default; // a vector keeps its elements where they are when it is moved
@@ -34,8 +35,8 @@ public:
         return std::exchange(next_, next_ + n);
     }
 
-    [[nodiscard]] std::int64_t count() const noexcept { return array_.count(); }
-    [[nodiscard]] std::int64_t left() const noexcept { return array_.count() - fetched_ + (end_ - next_); }
+    [[nodiscard]] std::int64_t count() const noexcept { return count_; }
+    [[nodiscard]] std::int64_t left() const noexcept { return count_ - fetched_ + (end_ - next_); }
 
     void rewind() noexcept
     {
@@ -50,7 +51,7 @@ private:
     {
         fetched_ -= end_ - next_;
         next_ = end_ = nullptr;
-        const std::int64_t size = std::min(chunkSize, array_.count() - fetched_);
+        const std::int64_t size = std::min(chunkSize, count_ - fetched_);
         if (size < static_cast<std::int64_t>(n))
             return false;
         chunk_.resize(static_cast<std::size_t>(size));
@@ -62,6 +63,7 @@ private:
     }
 
     CgnsArray array_;
+    std::int64_t count_ = 0;
     std::vector<T> chunk_;
     const T* next_ = nullptr; // not yet taken: [next_, end_) of the chunk, and after it the file's elements from fetched_ on
     const T* end_ = nullptr;
@@ -252,6 +254,9 @@ private:
     FacetStream<5> surface_;
     FacetStream<2> partInsert_;
 };
+
+/// The plastic elements of a mesh alone, and its node count. Throws FileError, also when the file has no such mesh.
+[[nodiscard]] CellStream plasticCells(const CgnsReader& reader, ZoneId zone, std::int64_t& nodes);
 
 /// The zone node's path.
 [[nodiscard]] std::string zonePath(ZoneId zone);
