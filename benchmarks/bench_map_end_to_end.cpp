@@ -55,7 +55,8 @@ std::vector<float> fieldOf(const opensuite::MeshZone& mesh, int item)
 {
     std::vector<float> value(1, 0.0f);
     for (std::size_t k = 0; k < mesh.nodeTotal(); ++k)
-        value.push_back(60.0f + 20.0f * static_cast<float>(std::sin(0.1 * mesh.x[k] + item) + std::cos(0.2 * mesh.y[k]) + 0.05 * mesh.z[k]));
+        value.push_back(60.0f +
+                        20.0f * static_cast<float>(std::sin(0.1 * mesh.x[k] + item) + std::cos(0.2 * mesh.y[k]) + 0.05 * mesh.z[k]));
     return value;
 }
 
@@ -218,7 +219,9 @@ public:
         , target_((folder_ / "mapped.q7c").string())
     {
         fs::create_directory(folder_);
-        const auto surface = [](const char* file) { return tools::NamedSurface{file, tools::readStl(std::string(TAV3D_DATA) + "/" + file)}; };
+        const auto surface = [](const char* file) {
+            return tools::NamedSurface{file, tools::readStl(std::string(TAV3D_DATA) + "/" + file)};
+        };
         tools::ModelOptions options;
         options.cellSize = 0.43 * std::cbrt(1.0e6 / static_cast<double>(nodes));
         const opensuite::MeshModel model = tools::buildModel(surface("housing.stl"), {surface("insert.stl")}, options).model;
