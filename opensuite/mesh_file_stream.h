@@ -151,6 +151,9 @@ public:
     }
     void rewind() noexcept;
 
+    /// Nodes of all cells together.
+    [[nodiscard]] std::int64_t nodeTotal() const noexcept { return connectivity_.count() - body_.count(); }
+
 private:
     [[noreturn]] void fail(const char* reason) const;
 
