@@ -15,16 +15,18 @@ CellList readCells(CellStream& stream, std::int64_t count)
     cells.kind.resize(static_cast<std::size_t>(count));
     cells.body.resize(static_cast<std::size_t>(count));
     cells.start.resize(static_cast<std::size_t>(count) + 1);
-    cells.node.resize(static_cast<std::size_t>(stream.nodeTotal()));
+    cells.node.resize(static_cast<std::size_t>(stream.nodeTotal()) + maxCellNodes); // room for what is copied too much
     std::int32_t* node = cells.node.data();
     CellEntry cell;
     for (std::size_t c = 0; stream.next(cell); ++c)
     {
         cells.kind[c] = cell.kind;
         cells.body[c] = cell.body;
-        node = std::copy_n(cell.node, cell.nodes, node);
+        std::copy_n(cell.node, maxCellNodes, node);
+        node += cell.nodes;
         cells.start[c + 1] = node - cells.node.data();
     }
+    cells.node.resize(static_cast<std::size_t>(stream.nodeTotal()));
     return cells;
 }
 

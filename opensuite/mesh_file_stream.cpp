@@ -69,36 +69,6 @@ void NodeStream::failAt(int axis) const
     reader_->fail(path_ + "/Coordinate" + "XYZ"[axis], "node " + std::to_string(node) + ": the coordinate is not finite");
 }
 
-CellStream::CellStream(const CgnsReader& reader, const std::string& section, std::int64_t cells, std::int64_t nodes)
-    : reader_(&reader)
-    , path_(section)
-    , nodes_(static_cast<std::uint32_t>(nodes))
-{
-    if (cells == 0)
-        return;
-    // A cell is its type and 4 to 8 nodes.
-    connectivity_ = ArrayStream<std::int32_t>(reader.open<std::int32_t>(section + "/ElementConnectivity", 5 * cells, 9 * cells));
-    body_ = ArrayStream<std::int32_t>(reader.open<std::int32_t>(section + "/CellData/Body", cells, cells));
-    CgnsArray offsets = reader.open<std::int32_t>(section + "/ElementStartOffset", cells + 1, cells + 1);
-    std::int32_t end = 0;
-    offsets.read(cells, std::span<std::int32_t>(&end, 1));
-    if (end != connectivity_.count())
-        reader.fail(section + "/ElementStartOffset", "does not end where the table of nodes ends");
-    offset_ = ArrayStream<std::int32_t>(std::move(offsets));
-}
-
-void CellStream::rewind() noexcept
-{
-    offset_.rewind();
-    connectivity_.rewind();
-    body_.rewind();
-}
-
-void CellStream::fail(const char* reason) const
-{
-    reader_->fail(path_, "cell " + std::to_string(body_.count() - body_.left()) + ": " + reason);
-}
-
 MeshZoneStream::MeshZoneStream(const CgnsReader& reader, ZoneId zone, double scaleFactor)
     : reader_(&reader)
     , path_(zonePath(zone))
