@@ -4,6 +4,7 @@
 
 #include "TAV3DCoolTools.h"
 #include "TAV3DResultEngine.h"
+#include "benchmarks/row_data.h"
 #include "opensuite/mesh_file.h"
 #include "tools/map_job.h"
 #include "tools/model_builder.h"
@@ -18,7 +19,6 @@
 #include <cmath>
 #include <cstdint>
 #include <filesystem>
-#include <map>
 #include <memory>
 #include <optional>
 #include <random>
@@ -242,11 +242,7 @@ public:
 
     static Scene& of(std::int64_t nodes)
     {
-        static std::map<std::int64_t, std::unique_ptr<Scene>> all;
-        std::unique_ptr<Scene>& scene = all[nodes];
-        if (!scene)
-            scene = std::make_unique<Scene>(nodes);
-        return *scene;
+        return *benchmarks::RowData::get<std::unique_ptr<Scene>>(std::to_string(nodes), [&] { return std::make_unique<Scene>(nodes); });
     }
 
     void map(bool smooth)

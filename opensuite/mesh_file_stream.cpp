@@ -27,7 +27,7 @@ std::int64_t sectionCount(const CgnsReader& reader, const std::string& section, 
 }
 
 /// Nodes, cells and a third number of a zone.
-std::vector<std::int32_t> zoneSize(const CgnsReader& reader, const std::string& zone)
+std::vector<std::int32_t> sizeOfZone(const CgnsReader& reader, const std::string& zone)
 {
     if (!reader.has(zone))
         reader.fail(zone, "the file has no such mesh");
@@ -73,7 +73,7 @@ MeshZoneStream::MeshZoneStream(const CgnsReader& reader, ZoneId zone, double sca
     : reader_(&reader)
     , path_(zonePath(zone))
 {
-    const auto size = zoneSize(reader, path_);
+    const auto size = sizeOfZone(reader, path_);
     std::int64_t last = 0;
     counts_.present = true;
     counts_.nodes = size[0];
@@ -227,7 +227,7 @@ MeshZoneSummary MeshZoneStream::checkAll()
 CellStream plasticCells(const CgnsReader& reader, ZoneId zone, std::int64_t& nodes)
 {
     const std::string path = zonePath(zone);
-    nodes = zoneSize(reader, path)[0];
+    nodes = sizeOfZone(reader, path)[0];
     const std::string section = childPath(path, mesh_layout::plastic);
     std::int64_t last = 0;
     const std::int64_t cells = sectionCount(reader, section, mixed, last);
