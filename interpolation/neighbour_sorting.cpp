@@ -6,14 +6,6 @@
 namespace tav3d::interpolation
 {
 
-namespace
-{
-
-constexpr double beyondAll = 1.0e30; // squared distances from here on are never picked
-constexpr double picked = 1.0e6;     // squared distance that a picked point has from then on
-
-} // namespace
-
 CountedTable::CountedTable(std::span<const int> capacity)
     : rows_(std::make_unique<int*[]>(capacity.size()))
 {

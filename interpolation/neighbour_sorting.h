@@ -8,6 +8,9 @@
 namespace tav3d::interpolation
 {
 
+inline constexpr double beyondAll = 1.0e30; // squared distances from here on are never picked
+inline constexpr double picked = 1.0e6;     // squared distance that a picked point has from then on
+
 /// Table of counted lists with room for a given number of items each; all counts start at 0. Kept in two blocks, so that it can be handed
 /// out as the int** that the engine's members are.
 class CountedTable

@@ -2,6 +2,7 @@
 
 #include "interpolation/cell_reduction.h"
 #include "interpolation/mq_quadrature.h"
+#include "interpolation/nearest_points.h"
 #include "interpolation/result_data_writer.h"
 
 #include <algorithm>
@@ -15,6 +16,8 @@ static_assert(sizeof(int) == sizeof(std::int32_t), "numbers of nodes, cells and 
 
 namespace
 {
+
+constexpr int sortingStatus = 2; // DELIBERATE sorting-status-two: whatever the input
 
 /// Releases an array that may be in the engine's storage or, borrowed, outside it.
 template <class T>
@@ -203,8 +206,7 @@ void CSolInterpolation::WriteQ7XData(int cellCount, int** rows)
 
 void CSolInterpolation::SORTING(double* X, double* Y, double* Z, int n, double px, double py, double pz, int k, int* out, int& status)
 {
-    // DELIBERATE sorting-status-two: whatever the input.
-    status = 2;
+    status = sortingStatus;
     selectNearest({X, Y, Z, n}, {px, py, pz}, k, out);
 }
 
@@ -254,11 +256,15 @@ void CSolInterpolation::SortDataPoints(int searched, int wanted)
     m_Storage.dataStencil = CountedTable(std::vector<int>(size, wanted));
     m_ppDataStencil = m_Storage.dataStencil.rows();
     m_pDataCell = keep(m_Storage.dataCell, std::make_unique<int[]>(size));
+    if (m_nDataPoint < 1)
+        return;
+    NearestPoints nodes({m_pNodeX, m_pNodeY, m_pNodeZ, searched}, wanted);
     for (int q = 1; q <= m_nDataPoint; ++q)
     {
         int* row = m_ppDataStencil[q];
         row[0] = wanted;
-        SORTING(m_pNodeX, m_pNodeY, m_pNodeZ, searched, m_pDataX[q], m_pDataY[q], m_pDataZ[q], row[0], row, m_pDataCell[q]);
+        nodes.select({m_pDataX[q], m_pDataY[q], m_pDataZ[q]}, wanted, row);
+        m_pDataCell[q] = sortingStatus;
     }
 }
 
