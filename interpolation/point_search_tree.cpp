@@ -6,6 +6,7 @@
 #include <new>
 
 using tav3d::interpolation::Point;
+using tav3d::interpolation::TreeQueries;
 
 namespace
 {
@@ -14,11 +15,6 @@ constexpr std::int32_t initialCapacity = 10000; // of points and of tree nodes
 constexpr std::int32_t leafCapacity = 8;
 constexpr std::int32_t internalNode = -1;
 constexpr std::int32_t rootNode = 1;
-
-// Half-widths of the searched cubes: firstRadius times 5, 25, ... until one reaches lastRadius.
-constexpr double firstRadius = 1e-6;
-constexpr double radiusFactor = 5.0;
-constexpr double lastRadius = 5.0;
 
 /// Octant 1..8; a coordinate equal to the centre belongs to the upper side.
 int octantOf(const Point& centre, double x, double y, double z)
@@ -29,36 +25,11 @@ int octantOf(const Point& centre, double x, double y, double z)
 /// Searches growing cubes until one holds at least `wanted` points or the largest has been searched.
 void searchGrowingBox(CPointSearchTree& tree, double x, double y, double z, std::size_t wanted, std::vector<std::int32_t>& list)
 {
-    double r = firstRadius;
-    do
+    for (const double r : tav3d::interpolation::searchRadii)
     {
-        r = radiusFactor * r;
         tree.SearchBox(x, y, z, r, list);
-    } while (list.size() < wanted && !(r >= lastRadius));
-}
-
-/// Shell's method over entries 1..n, gaps 1, 4, 13, ... descending. Not stable, and the order of equal keys is visible to hosts: it decides
-/// which of two equally near cells is tried first, so no other sort will do.
-void sortByKey(std::vector<double>& key, std::vector<std::int32_t>& number, std::size_t n)
-{
-    std::size_t gap = 1;
-    while (3 * gap + 1 <= n)
-        gap = 3 * gap + 1;
-    for (; gap >= 1; gap /= 3)
-    {
-        for (std::size_t i = gap + 1; i <= n; ++i)
-        {
-            const double movingKey = key[i];
-            const std::int32_t movingNumber = number[i];
-            std::size_t j = i;
-            for (; j > gap && key[j - gap] > movingKey; j -= gap)
-            {
-                key[j] = key[j - gap];
-                number[j] = number[j - gap];
-            }
-            key[j] = movingKey;
-            number[j] = movingNumber;
-        }
+        if (list.size() >= wanted)
+            return;
     }
 }
 
@@ -116,6 +87,8 @@ void CPointSearchTree::Insert(double x, double y, double z)
     if (enterLeaf)
         enterLeaf = !isDuplicate(m_pTreeNode[leaf], x, y, z);
     ++m_nLastPoint;
+    m_nVisited = 0;
+    m_pQueries.reset();
     if (enterLeaf)
     {
         TreeNode& node = m_pTreeNode[leaf];
@@ -249,12 +222,43 @@ void CPointSearchTree::SearchBox(double x, double y, double z, double r, std::ve
             if (overlapX[o & 1] && overlapY[(o >> 1) & 1] && overlapZ[(o >> 2) & 1])
                 m_pVisitList[listed++] = node.slot[o];
     }
+    m_nVisited += listed;
+}
+
+/// Whether there is an index of the points to answer from. It is built when the nodes visited since the last insertion add up to what building
+/// costs, so that mixing insertions and queries never costs much more than the visits would.
+bool CPointSearchTree::hasIndex()
+{
+    if (m_pQueries)
+        return true;
+    if (m_nVisited < m_nLastPoint / 4)
+        return false;
+    std::vector<std::int32_t> visited;
+    visited.reserve(m_Point.size());
+    std::int32_t listed = 0;
+    m_pVisitList[listed++] = rootNode;
+    for (std::int32_t next = 0; next < listed; ++next)
+    {
+        const TreeNode& node = m_pTreeNode[m_pVisitList[next]];
+        const std::int32_t used = node.state == internalNode ? leafCapacity : node.state;
+        if (node.state == internalNode)
+            listed = static_cast<std::int32_t>(std::copy_n(node.slot.begin(), used, &m_pVisitList[listed]) - m_pVisitList.get());
+        else
+            visited.insert(visited.end(), node.slot.begin(), node.slot.begin() + used);
+    }
+    m_pQueries = std::make_unique<TreeQueries>(m_Point, std::move(visited));
+    return true;
 }
 
 // DELIBERATE search-range: cubes end at half-width 9.765625; farther points are not found.
 // DELIBERATE nearest-counts-from-zero: the number is the position of insertion from 0, one less than the cell number; the distance is
 // squared.
 int CPointSearchTree::SearchNearestPointIndex(double x, double y, double z, double& distance)
+{
+    return hasIndex() ? m_pQueries->nearest({x, y, z}, distance) : VisitNearestPointIndex(x, y, z, distance);
+}
+
+int CPointSearchTree::VisitNearestPointIndex(double x, double y, double z, double& distance)
 {
     std::vector<std::int32_t> list;
     searchGrowingBox(*this, x, y, z, 1, list);
@@ -272,8 +276,23 @@ int CPointSearchTree::SearchNearestPointIndex(double x, double y, double z, doub
     return nearest;
 }
 
+int CPointSearchTree::SearchOnlyNearest(double x, double y, double z)
+{
+    return hasIndex() ? m_pQueries->onlyNearest({x, y, z}) : 0;
+}
+
 // DELIBERATE candidates-need-two: the cube widens until it holds two points, so that a single near centre is not the only candidate.
 int CPointSearchTree::SearchCandidates(double x, double y, double z, Candidates& result)
+{
+    if (!hasIndex())
+        return VisitCandidates(x, y, z, result);
+    const std::size_t count = m_pQueries->candidates({x, y, z}, result.number);
+    if (count > 0)
+        result.count = static_cast<std::int32_t>(count);
+    return 1;
+}
+
+int CPointSearchTree::VisitCandidates(double x, double y, double z, Candidates& result)
 {
     std::vector<std::int32_t> list;
     searchGrowingBox(*this, x, y, z, 2, list);
@@ -287,7 +306,7 @@ int CPointSearchTree::SearchCandidates(double x, double y, double z, Candidates&
         number[i + 1] = list[i] + 1;
         key[i + 1] = squaredDistance(list[i], x, y, z);
     }
-    sortByKey(key, number, list.size());
+    tav3d::interpolation::sortByKey(key, number, list.size());
 
     const std::size_t count = std::min(list.size(), result.number.size());
     result.count = static_cast<std::int32_t>(count);

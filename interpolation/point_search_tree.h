@@ -1,6 +1,7 @@
 #pragma once
 
 #include "interpolation/numbered.h"
+#include "interpolation/tree_queries.h"
 
 #include <array>
 #include <cstdint>
@@ -51,6 +52,13 @@ public:
     /// reach `result`, which the caller has zeroed, stays as it is. Always returns 1.
     int SearchCandidates(double x, double y, double z, Candidates& result);
 
+    /// The first number that SearchCandidates would give, if it is told at once that no other candidate is as near; otherwise 0.
+    int SearchOnlyNearest(double x, double y, double z);
+
+    /// What the searches of the same names answer, by visiting the nodes of the tree and nothing else.
+    int VisitNearestPointIndex(double x, double y, double z, double& distance);
+    int VisitCandidates(double x, double y, double z, Candidates& result);
+
     std::vector<tav3d::interpolation::Point> m_Point; // every point, in insertion order
     std::int32_t m_nTreeNode;                         // nodes in use, numbered from 1 (the root)
     std::int32_t m_nTreeNodeCapacity;
@@ -68,4 +76,8 @@ private:
     std::int32_t leafOf(double x, double y, double z, std::int32_t from) const;
     bool isDuplicate(const TreeNode& leaf, double x, double y, double z) const;
     double squaredDistance(std::int32_t point, double x, double y, double z) const;
+    bool hasIndex();
+
+    std::int64_t m_nVisited = 0;                                   // nodes visited since the last insertion
+    std::unique_ptr<tav3d::interpolation::TreeQueries> m_pQueries; // none after an insertion
 };

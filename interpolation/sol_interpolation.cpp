@@ -29,6 +29,19 @@ void releaseArray(T*& array, std::unique_ptr<T[]>& storage)
     array = nullptr;
 }
 
+/// Whether the value lies in the range of the coordinates of the nodes, of which there is at least one.
+bool isBetween(std::span<const int> nodes, const double* coordinate, double value)
+{
+    double low = coordinate[nodes.front()];
+    double high = low;
+    for (const int node : nodes.subspan(1))
+    {
+        low = std::min(low, coordinate[node]);
+        high = std::max(high, coordinate[node]);
+    }
+    return low <= value && value <= high;
+}
+
 /// Puts an array into the engine's storage, in place of an earlier one, and returns its address.
 template <class T>
 T* keep(std::unique_ptr<T[]>& storage, std::unique_ptr<T[]> array)
@@ -135,6 +148,14 @@ int CSolInterpolation::SetDataPoint(double x, double y, double z)
 /// The first candidate cell whose box holds the point, else the first candidate, else 0.
 int CSolInterpolation::FindCell(double x, double y, double z, int& candidates) const
 {
+    // Mostly the first candidate is the one; the others are then not needed, except for their number in what is printed.
+    if (m_nDebugLevel == 0)
+    {
+        const int cell = m_pSearchTree->SearchOnlyNearest(x, y, z);
+        if (cell > 0 && IsPointInCellBox(cell, x, y, z))
+            return cell;
+    }
+
     CPointSearchTree::Candidates found;
     m_pSearchTree->SearchCandidates(x, y, z, found);
     candidates = found.count;
@@ -153,16 +174,7 @@ bool CSolInterpolation::IsPointInCellBox(int cell, double x, double y, double z)
     const std::span<const int> nodes = listItems(m_ppCellNode[cell]);
     if (nodes.empty())
         return false;
-    const NumberedPoints points(m_pNodeX, m_pNodeY, m_pNodeZ, m_nNode);
-    Point low = points[nodes.front()];
-    Point high = low;
-    for (const int node : nodes.subspan(1))
-    {
-        const Point p = points[node];
-        low = {std::min(low.x, p.x), std::min(low.y, p.y), std::min(low.z, p.z)};
-        high = {std::max(high.x, p.x), std::max(high.y, p.y), std::max(high.z, p.z)};
-    }
-    return low.x <= x && x <= high.x && low.y <= y && y <= high.y && low.z <= z && z <= high.z;
+    return isBetween(nodes, m_pNodeX, x) && isBetween(nodes, m_pNodeY, y) && isBetween(nodes, m_pNodeZ, z);
 }
 
 void CSolInterpolation::CleanDataPoint()
