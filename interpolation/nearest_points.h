@@ -34,12 +34,12 @@ public:
             found = {within, 0};
     }
 
-    [[nodiscard]] bool mayHold(double square, double /*reach*/, std::int32_t least) const { return Found{square, least} < best_.back(); }
+    [[nodiscard]] SearchLimits limits() const { return {.square = best_.back().square, .number = best_.back().number}; }
 
     void meet(double square, double /*reach*/, std::int32_t number)
     {
         const Found found{square, number};
-        if (!(found < best_.back()) || number == 0)
+        if (!(found < best_.back()))
             return;
         std::size_t i = best_.size() - 1;
         for (; i > 0 && found < best_[i - 1]; --i)

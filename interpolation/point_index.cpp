@@ -96,12 +96,7 @@ std::int32_t PointIndex::addBranch(const Part& whole, std::vector<IndexedPoint>&
     }
 
     const auto number = static_cast<std::int32_t>(branches_.size());
-    Branch& empty = branches_.emplace_back();
-    for (int k = 0; k < 3; ++k)
-    {
-        std::fill_n(empty.low[k], width, infinity);
-        std::fill_n(empty.high[k], width, -infinity);
-    }
+    branches_.emplace_back().used = (1u << count) - 1;
     for (std::size_t i = 0; i < count; ++i)
     {
         const Part& part = parts[i];
@@ -121,8 +116,7 @@ std::int32_t PointIndex::addBranch(const Part& whole, std::vector<IndexedPoint>&
 std::int32_t PointIndex::addLeaf(std::span<const IndexedPoint> points)
 {
     Leaf& leaf = leaves_.emplace_back();
-    for (auto& axis : leaf.x)
-        std::fill_n(axis, width, infinity);
+    leaf.used = (1u << points.size()) - 1;
     for (std::size_t i = 0; i < points.size(); ++i)
     {
         for (std::size_t k = 0; k < 3; ++k)

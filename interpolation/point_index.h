@@ -4,6 +4,7 @@
 #include "interpolation/two_doubles.h"
 
 #include <array>
+#include <bit>
 #include <cstdint>
 #include <limits>
 #include <span>
@@ -18,18 +19,28 @@ struct IndexedPoint
     std::int32_t number;
 };
 
+/// What a search still wants to see: points with
+///   reach < radius && (reach < smaller || square < this square || (square == this square && number < this number)).
+/// Only finite points are meant; `number` may be larger than all to take equals without looking at numbers.
+struct SearchLimits
+{
+    double square;
+    double radius = std::numeric_limits<double>::infinity();
+    double smaller = 0.0;
+    std::int32_t number = std::numeric_limits<std::int32_t>::max();
+};
+
 /// Points in a tree of bounding boxes, eight children to a branch and up to eight points to a leaf, for searches that leave out what lies
 /// too far away. Built once; searched any number of times without allocating.
 ///
 /// A search is an object that is shown points and decides what to keep:
 ///   std::array<double, 3> target               where it looks from; finite
-///   static constexpr bool usesReach            whether it wants to know reaches; they are 0 otherwise
-///   bool mayHold(square, reach, least) const   whether a box could hold a point that matters
-///   void meet(square, reach, number)           a point
+///   static constexpr bool usesReach            false: reaches are not computed, and its limits are those of squares and numbers alone
+///   SearchLimits limits() const                may become narrower with every point met
+///   void meet(square, reach, number)           a point inside the limits, or just outside of them
 /// `square` is the squared distance (dx² + dy²) + dz² as rounded, `reach` is max(|dx|, |dy|, |dz|). Those of a box are computed by the same
 /// operations in the same order from offsets that are not longer, and rounding is monotone: they never exceed those of a point inside, so
-/// leaving out a box because of them is exact, ties included. `least` is the least number in the box. A free place of a leaf is shown
-/// as well: infinitely far away, number 0.
+/// leaving out a box because of them is exact, ties included.
 class PointIndex
 {
 public:
@@ -42,7 +53,7 @@ public:
     void run(Search& search) const
     {
         if (!branches_.empty())
-            runBranch(0, search);
+            runBranch(branches_.front(), search);
     }
 
 private:
@@ -53,15 +64,16 @@ private:
     {
         double x[3][width];
         std::int32_t number[width];
+        unsigned used; // bits of the places that are taken, the lower ones
     };
 
-    /// Boxes of free places are empty: no point of the plane is at a finite distance.
     struct alignas(64) Branch
     {
         double low[3][width];
         double high[3][width];
         std::int32_t child[width]; // a branch, or ~ of a leaf
-        std::int32_t least[width];
+        std::int32_t least[width]; // number in the box
+        unsigned used;             // bits of the children that there are, the lower ones
     };
 
     struct Box
@@ -82,28 +94,77 @@ private:
     std::int32_t addBranch(const Part& whole, std::vector<IndexedPoint>& scratch);
     std::int32_t addLeaf(std::span<const IndexedPoint> points);
 
+    /// Squares and reaches of eight points or boxes.
+    struct Measures
+    {
+        double square[width];
+        double reach[width];
+    };
+
+    /// Bit i: number i has a square and a reach inside the limits, its number left aside.
+    template <class Search>
+    static unsigned inside(const Measures& m, const SearchLimits& limits)
+    {
+        unsigned bits = 0;
+        for (int i = 0; i < width; i += 2)
+        {
+            const TwoDoubles square = TwoDoubles::load(&m.square[i]);
+            unsigned two = isNotGreater(square, TwoDoubles::both(limits.square));
+            if constexpr (Search::usesReach)
+            {
+                const TwoDoubles reach = TwoDoubles::load(&m.reach[i]);
+                two = isLess(reach, TwoDoubles::both(limits.radius)) & (isLess(reach, TwoDoubles::both(limits.smaller)) | two);
+            }
+            bits |= two << i;
+        }
+        return bits;
+    }
+
+    template <class Search>
+    static void measure(const TwoDoubles (&offset)[3], Measures& m, int i)
+    {
+        ((offset[0] * offset[0] + offset[1] * offset[1]) + offset[2] * offset[2]).store(&m.square[i]);
+        if constexpr (Search::usesReach)
+            larger(larger(magnitude(offset[0]), magnitude(offset[1])), magnitude(offset[2])).store(&m.reach[i]);
+        else
+            TwoDoubles::both(0.0).store(&m.reach[i]);
+    }
+
     template <class Search>
     void runLeaf(const Leaf& leaf, Search& search) const
     {
-        double square[width];
-        double reach[width] = {};
+        Measures m;
         for (int i = 0; i < width; i += 2)
         {
             TwoDoubles offset[3];
             for (int k = 0; k < 3; ++k)
                 offset[k] = TwoDoubles::load(&leaf.x[k][i]) - TwoDoubles::both(search.target[static_cast<std::size_t>(k)]);
-            measure<Search>(offset, &square[i], &reach[i]);
+            measure<Search>(offset, m, i);
         }
-        for (int i = 0; i < width; ++i)
-            search.meet(square[i], reach[i], leaf.number[i]);
+        for (unsigned bits = inside<Search>(m, search.limits()) & leaf.used; bits != 0; bits &= bits - 1)
+        {
+            const int i = std::countr_zero(bits);
+            search.meet(m.square[i], m.reach[i], leaf.number[i]);
+        }
     }
 
     template <class Search>
-    void runBranch(std::int32_t number, Search& search) const
+    void runChild(const Branch& branch, const Measures& m, int i, Search& search) const
     {
-        const Branch& branch = branches_[static_cast<std::size_t>(number)];
-        double square[width];
-        double reach[width] = {};
+        if (m.square[i] == search.limits().square && !(branch.least[i] < search.limits().number) && !(m.reach[i] < search.limits().smaller))
+            return;
+        const std::int32_t child = branch.child[i];
+        if (child < 0)
+            runLeaf(leaves_[static_cast<std::size_t>(~child)], search);
+        else
+            runBranch(branches_[static_cast<std::size_t>(child)], search);
+    }
+
+    template <class Search>
+    void runBranch(const Branch& branch, Search& search) const
+    {
+        Measures m;
+        TwoDoubles least = TwoDoubles::both(infinity);
         for (int i = 0; i < width; i += 2)
         {
             TwoDoubles offset[3]; // from the box; 0 inside
@@ -114,39 +175,30 @@ private:
                 const TwoDoubles above = at - TwoDoubles::load(&branch.high[k][i]);
                 offset[k] = larger(larger(below, above), TwoDoubles::both(0.0));
             }
-            measure<Search>(offset, &square[i], &reach[i]);
+            measure<Search>(offset, m, i);
+            least = smaller(least, TwoDoubles::load(&m.square[i]));
         }
+        unsigned bits = inside<Search>(m, search.limits()) & branch.used;
+        if (bits == 0)
+            return;
 
         // The nearest first: what it yields leaves out most of the others.
-        int nearest = 0;
-        double least = square[0];
-        for (int i = 1; i < width; ++i)
+        double leasts[2];
+        least.store(leasts);
+        const TwoDoubles nearest = TwoDoubles::both(leasts[0] < leasts[1] ? leasts[0] : leasts[1]);
+        unsigned first = 0;
+        for (int i = 0; i < width; i += 2)
+            first |= isNotGreater(TwoDoubles::load(&m.square[i]), nearest) << i;
+        first &= bits;
+        if (first != 0)
         {
-            nearest = square[i] < least ? i : nearest;
-            least = square[i] < least ? square[i] : least;
+            const int i = std::countr_zero(first);
+            bits &= ~(1u << i);
+            runChild(branch, m, i, search);
+            bits &= inside<Search>(m, search.limits());
         }
-        const auto runChild = [&](int i)
-        {
-            if (!search.mayHold(square[i], reach[i], branch.least[i]))
-                return;
-            const std::int32_t child = branch.child[i];
-            if (child < 0)
-                runLeaf(leaves_[static_cast<std::size_t>(~child)], search);
-            else
-                runBranch(child, search);
-        };
-        runChild(nearest);
-        for (int i = 0; i < width; ++i)
-            if (i != nearest)
-                runChild(i);
-    }
-
-    template <class Search>
-    static void measure(const TwoDoubles (&offset)[3], double* square, double* reach)
-    {
-        ((offset[0] * offset[0] + offset[1] * offset[1]) + offset[2] * offset[2]).store(square);
-        if constexpr (Search::usesReach)
-            larger(larger(magnitude(offset[0]), magnitude(offset[1])), magnitude(offset[2])).store(reach);
+        for (; bits != 0; bits = (bits & (bits - 1)) & inside<Search>(m, search.limits()))
+            runChild(branch, m, std::countr_zero(bits), search);
     }
 
     std::vector<Branch> branches_; // the root first; none without points

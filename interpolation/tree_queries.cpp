@@ -23,11 +23,9 @@ public:
     {
     }
 
-    [[nodiscard]] bool mayHold(double square, double reach, std::int32_t least) const
+    [[nodiscard]] SearchLimits limits() const
     {
-        if (!(reach < radius_))
-            return false;
-        return reach < smaller_ || square < best_.square || (square == best_.square && (wanted > 1 || least < best_.number));
+        return {best_.square, radius_, smaller_, wanted > 1 ? std::numeric_limits<std::int32_t>::max() : best_.number};
     }
 
     void meet(double square, double reach, std::int32_t number)
@@ -105,9 +103,11 @@ public:
     {
     }
 
-    [[nodiscard]] bool mayHold(double square, double reach, std::int32_t least) const
+    [[nodiscard]] SearchLimits limits() const
     {
-        return reach < radius_ && KeepNearest::mayHold(square, reach, least);
+        SearchLimits limits = KeepNearest::limits();
+        limits.radius = radius_;
+        return limits;
     }
 
     void meet(double square, double reach, std::int32_t number)
@@ -130,7 +130,7 @@ struct EachInCube
     double farthest;
     Action action;
 
-    [[nodiscard]] bool mayHold(double square, double reach, std::int32_t /*least*/) const { return reach < radius && square <= farthest; }
+    [[nodiscard]] SearchLimits limits() const { return {.square = farthest, .radius = radius}; }
     void meet(double square, double reach, std::int32_t number)
     {
         if (reach < radius && square <= farthest)

@@ -27,7 +27,13 @@ struct TwoDoubles
     friend TwoDoubles operator-(TwoDoubles a, TwoDoubles b) { return {_mm_sub_pd(a.v, b.v)}; }
     friend TwoDoubles operator*(TwoDoubles a, TwoDoubles b) { return {_mm_mul_pd(a.v, b.v)}; }
     friend TwoDoubles larger(TwoDoubles a, TwoDoubles b) { return {_mm_max_pd(a.v, b.v)}; } // b where either is not a number
+    friend TwoDoubles smaller(TwoDoubles a, TwoDoubles b) { return {_mm_min_pd(a.v, b.v)}; }
     friend TwoDoubles magnitude(TwoDoubles a) { return {_mm_andnot_pd(_mm_set1_pd(-0.0), a.v)}; }
+    friend unsigned isLess(TwoDoubles a, TwoDoubles b)
+    {
+        return static_cast<unsigned>(_mm_movemask_pd(_mm_cmplt_pd(a.v, b.v)));
+    } // bit by bit
+    friend unsigned isNotGreater(TwoDoubles a, TwoDoubles b) { return static_cast<unsigned>(_mm_movemask_pd(_mm_cmple_pd(a.v, b.v))); }
 };
 
 #else
@@ -51,7 +57,13 @@ struct TwoDoubles
     {
         return {{a.v[0] > b.v[0] ? a.v[0] : b.v[0], a.v[1] > b.v[1] ? a.v[1] : b.v[1]}};
     }
+    friend TwoDoubles smaller(TwoDoubles a, TwoDoubles b)
+    {
+        return {{a.v[0] < b.v[0] ? a.v[0] : b.v[0], a.v[1] < b.v[1] ? a.v[1] : b.v[1]}};
+    }
     friend TwoDoubles magnitude(TwoDoubles a) { return {{std::abs(a.v[0]), std::abs(a.v[1])}}; }
+    friend unsigned isLess(TwoDoubles a, TwoDoubles b) { return (a.v[0] < b.v[0] ? 1u : 0u) + (a.v[1] < b.v[1] ? 2u : 0u); }
+    friend unsigned isNotGreater(TwoDoubles a, TwoDoubles b) { return (a.v[0] <= b.v[0] ? 1u : 0u) + (a.v[1] <= b.v[1] ? 2u : 0u); }
 };
 
 #endif
