@@ -1,5 +1,6 @@
 #pragma once
 
+#include "common/large_pages.h"
 #include "interpolation/numbered.h"
 #include "interpolation/two_doubles.h"
 
@@ -201,8 +202,8 @@ private:
             runChild(branch, m, std::countr_zero(bits), search);
     }
 
-    std::vector<Branch> branches_; // the root first; none without points
-    std::vector<Leaf> leaves_;
+    common::LargePageVector<Branch> branches_; // the root first; none without points
+    common::LargePageVector<Leaf> leaves_;
 };
 
 } // namespace tav3d::interpolation

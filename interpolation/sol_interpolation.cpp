@@ -94,8 +94,7 @@ void CSolInterpolation::BuildSearchTree()
 
 void CSolInterpolation::SetBaseData_PartitionCell(int pointCount, double* x, double* y, double* z)
 {
-    for (int i = 1; i <= pointCount; ++i)
-        m_pSearchTree->Insert(x[i], y[i], z[i]);
+    m_pSearchTree->InsertAll({x, y, z, pointCount});
 }
 
 // ---- Data points ----

@@ -19,8 +19,7 @@ namespace
 CPointSearchTree treeOf(const Points& points)
 {
     CPointSearchTree tree(-1, 1, -1, 1, -1, 1);
-    for (std::size_t i = 1; i < points.x.size(); ++i)
-        tree.Insert(points.x[i], points.y[i], points.z[i]);
+    tree.InsertAll({points.x.data(), points.y.data(), points.z.data(), points.count()});
     return tree;
 }
 
