@@ -272,14 +272,17 @@ void CPointSearchTree::SearchBox(double x, double y, double z, double r, std::ve
     m_nVisited += listed;
 }
 
-/// Whether there is an index of the points to answer from. It is built when the nodes visited since the last insertion add up to what building
-/// costs, so that mixing insertions and queries never costs much more than the visits would.
+/// Whether there is an index of the points to answer from. It is built when the nodes visited since the last insertion are so many that
+/// mixing insertions and queries never costs much more than the visits would.
 bool CPointSearchTree::hasIndex()
 {
-    if (m_pQueries)
-        return true;
-    if (m_nVisited < m_nLastPoint / 4)
-        return false;
+    if (!m_pQueries && m_nVisited >= m_nLastPoint / 4)
+        BuildIndex();
+    return m_pQueries != nullptr;
+}
+
+void CPointSearchTree::BuildIndex()
+{
     std::vector<std::int32_t> visited;
     visited.reserve(m_Point.size());
     std::int32_t listed = 0;
@@ -294,7 +297,6 @@ bool CPointSearchTree::hasIndex()
             visited.insert(visited.end(), node.slot.begin(), node.slot.begin() + used);
     }
     m_pQueries = std::make_unique<TreeQueries>(m_Point, std::move(visited));
-    return true;
 }
 
 // DELIBERATE search-range: cubes end at half-width 9.765625; farther points are not found.

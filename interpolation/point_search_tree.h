@@ -45,6 +45,9 @@ public:
     /// Inserts points 1..n in ascending order. Into an empty tree at once: the same tree, many times sooner.
     void InsertAll(const tav3d::interpolation::NumberedPoints& points);
 
+    /// Builds the index that the searches answer from until the next insertion. They do so themselves when they have visited enough nodes.
+    void BuildIndex();
+
     /// Fills `list` with the numbers of the points inside the open cube of half-width r around (x, y, z), in visiting order.
     void SearchBox(double x, double y, double z, double r, std::vector<std::int32_t>& list);
 
