@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs what the build and the tests need on Debian 12. Does nothing when all of it is there.
+# Installs what the build and the tests need on Debian 12, and any packages named as arguments. Does nothing when all of it is there.
 set -euo pipefail
 
 packages=(
@@ -9,6 +9,7 @@ packages=(
   python3 python3-numpy python3-scipy python3-h5py python3-vtk9 cgns-convert xvfb xauth # independent readers, pictures
   chromium chromium-driver                       # the report in a browser
   clang-format clang-tidy                        # checks of the sources
+  "$@"
 )
 
 missing=()

@@ -106,8 +106,6 @@ void oneSystem(benchmark::State& state)
 
 } // namespace
 
-BENCHMARK(nodeForm)->Unit(benchmark::kMicrosecond);
-BENCHMARK(centreForm)->Unit(benchmark::kMicrosecond);
-BENCHMARK(oneSystem)->Arg(8)->Arg(27)->Arg(28)->Unit(benchmark::kMicrosecond);
-
-BENCHMARK_MAIN();
+BENCHMARK(nodeForm)->Name("quadrature_hexa27/ours")->Unit(benchmark::kMicrosecond);
+BENCHMARK(centreForm)->Name("quadrature_center/ours")->Unit(benchmark::kMicrosecond);
+BENCHMARK(oneSystem)->Name("quadrature_system/plain")->Arg(8)->Arg(27)->Arg(28)->Unit(benchmark::kMicrosecond);
