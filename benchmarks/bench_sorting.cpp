@@ -4,6 +4,7 @@
 //   sorting_clustered   the same, nodes in clusters of 1,000 at scales from 0.1 to 0.0001, data points among them
 //   neighbour_rows      the nodes that share a cell with each node, on a lattice of hexahedra; the peer gathers each row in an ordered set
 
+#include "benchmarks/row_data.h"
 #include "interpolation/nearest_points.h"
 #include "interpolation/neighbour_sorting.h"
 
@@ -17,6 +18,7 @@
 #include <memory>
 #include <random>
 #include <set>
+#include <string>
 #include <vector>
 
 namespace
@@ -81,15 +83,7 @@ using MakeTask = Task (*)(std::int64_t);
 template <MakeTask make>
 const Task& task(std::int64_t n)
 {
-    static std::int64_t made = 0;
-    static Task current;
-    if (made != n)
-    {
-        current = {};
-        current = make(n);
-        made = n;
-    }
-    return current;
+    return tav3d::benchmarks::RowData::get<Task>(std::to_string(n), [n] { return make(n); });
 }
 
 template <MakeTask make>
@@ -196,15 +190,7 @@ struct Cells
 
 const Cells& cells(std::int64_t nodes)
 {
-    static std::int64_t made = 0;
-    static std::unique_ptr<Cells> current;
-    if (made != nodes)
-    {
-        current.reset();
-        current = std::make_unique<Cells>(nodes);
-        made = nodes;
-    }
-    return *current;
+    return tav3d::benchmarks::RowData::get<Cells>(std::to_string(nodes), [nodes] { return Cells(nodes); });
 }
 
 template <CountedTable (*neighbours)(const NumberedSpan<int* const>&, int, const CountedTable&)>

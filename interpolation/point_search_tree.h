@@ -47,6 +47,7 @@ public:
 
     /// Builds the index that the searches answer from until the next insertion. They do so themselves when they have visited enough nodes.
     void BuildIndex();
+    bool hasIndex();
 
     /// Fills `list` with the numbers of the points inside the open cube of half-width r around (x, y, z), in visiting order.
     void SearchBox(double x, double y, double z, double r, std::vector<std::int32_t>& list);
@@ -84,7 +85,6 @@ private:
     std::int32_t leafOf(double x, double y, double z, std::int32_t from) const;
     double squaredTolerance() const;
     void fillAtOnce(const tav3d::interpolation::NumberedPoints& points);
-    bool hasIndex();
 
     std::int64_t m_nVisited = 0;                                   // nodes visited since the last insertion
     std::unique_ptr<tav3d::interpolation::TreeQueries> m_pQueries; // none after an insertion
