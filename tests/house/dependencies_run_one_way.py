@@ -1,6 +1,6 @@
 """Checks that the folders include each other in one direction only.
 
-tools -> include + opensuite, and the views of the mapping, so that it can tell how a value came about; resultmapping -> meshmapping -> platform;
+tools -> include + opensuite + common, and the views of the mapping, so that it can tell how a value came about; resultmapping -> meshmapping -> platform;
 interpolation and meshmapping -> common -> nothing; interpolation -> platform. The exported headers include nothing but the standard library.
 """
 
@@ -16,7 +16,7 @@ ALLOWED = {
     "meshmapping": {"meshmapping", "common", "include", "platform"},
     "resultmapping": {"resultmapping", "meshmapping", "include", "platform"},
     "opensuite": {"opensuite", "platform"},
-    "tools": {"tools", "opensuite", "platform", "include", "meshmapping", "resultmapping"},
+    "tools": {"tools", "common", "opensuite", "platform", "include", "meshmapping", "resultmapping"},
 }
 
 
