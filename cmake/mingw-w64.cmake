@@ -17,3 +17,5 @@ set(CMAKE_CROSSCOMPILING_EMULATOR ${tav3d_root}/scripts/wine.sh)
 # The compiler's own libraries become part of each program and DLL, so that they load where no compiler is installed.
 set(CMAKE_EXE_LINKER_FLAGS_INIT "-static")
 set(CMAKE_SHARED_LINKER_FLAGS_INIT "-static")
+set(CMAKE_EXE_LINKER_FLAGS_RELEASE_INIT "-s")
+set(CMAKE_SHARED_LINKER_FLAGS_RELEASE_INIT "-s")
