@@ -1,5 +1,7 @@
 #include "gauss_neighbours.h"
 
+#include "common/exact_math.h"
+
 #include <array>
 #include <cmath>
 
@@ -88,7 +90,7 @@ float fitKernel(std::span<const DistantNode> nearestFirst, const GaussKernel& ke
         {
             ++t;
             const double exponent = -near.squaredDistance / (static_cast<double>(kernel.elementLengthSquared) * c * c) / scale;
-            const float w = static_cast<float>(std::exp(exponent)) * norm;
+            const float w = static_cast<float>(common::exponential(exponent)) * norm;
             self = self - w;
             weight[t] = w;
             neighbour[t] = near.node;
