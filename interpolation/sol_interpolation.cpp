@@ -291,8 +291,8 @@ void CSolInterpolation::Drivatives_Calculator_LDQ(double* x, double* y, double* 
 {
     // DELIBERATE fit-keeps-presets: an output that no shape parameter qualifies for keeps what the host put there.
     DerivativeFit fit{{dx, dy, dz}, {lastWx, lastWy, lastWz}};
-    fitDerivatives({itemsOf<const double>(x, n), itemsOf<const double>(y, n), itemsOf<const double>(z, n)}, itemsOf<const double>(phi, n),
-                   fit);
+    m_Storage.quadrature.fitDerivatives({itemsOf<const double>(x, n), itemsOf<const double>(y, n), itemsOf<const double>(z, n)},
+                                        itemsOf<const double>(phi, n), fit);
     dx = fit.derivative[0];
     dy = fit.derivative[1];
     dz = fit.derivative[2];
@@ -306,14 +306,16 @@ void CSolInterpolation::GetInterpolation(int dataPoint, double* phi, double& val
     // DELIBERATE interpolation-skips-one: after sorting the entry is 2; it is 1 for a data point that SetDataPoint has put into cell 1.
     if (m_pDataCell[dataPoint] == 1)
         return;
-    value = interpolateAtPoint(listItems(m_ppDataStencil[dataPoint]), m_ppNodeNeighbour, {m_pNodeX, m_pNodeY, m_pNodeZ, m_nNode},
-                               {phi, m_nNode}, {m_pDataX[dataPoint], m_pDataY[dataPoint], m_pDataZ[dataPoint]});
+    value = m_Storage.quadrature.interpolateAtPoint(listItems(m_ppDataStencil[dataPoint]), m_ppNodeNeighbour,
+                                                    {m_pNodeX, m_pNodeY, m_pNodeZ, m_nNode}, {phi, m_nNode},
+                                                    {m_pDataX[dataPoint], m_pDataY[dataPoint], m_pDataZ[dataPoint]});
 }
 
 void CSolInterpolation::GetInterpolationCenter(int dataPoint, double* phi, double& value)
 {
     if (m_pDataCell[dataPoint] == 1)
         return;
-    value = interpolateAtPoint(listItems(m_ppDataStencil[dataPoint]), m_ppNodeCell, {m_pCellX, m_pCellY, m_pCellZ, m_nCell}, {phi, m_nCell},
-                               {m_pDataX[dataPoint], m_pDataY[dataPoint], m_pDataZ[dataPoint]});
+    value = m_Storage.quadrature.interpolateAtPoint(listItems(m_ppDataStencil[dataPoint]), m_ppNodeCell,
+                                                    {m_pCellX, m_pCellY, m_pCellZ, m_nCell}, {phi, m_nCell},
+                                                    {m_pDataX[dataPoint], m_pDataY[dataPoint], m_pDataZ[dataPoint]});
 }
