@@ -61,7 +61,8 @@ struct Item
     [[nodiscard]] std::size_t bytesPerSweep() const
     {
         constexpr std::size_t perRow = sizeof(float) + sizeof(int), perNode = sizeof(float) + 2 + 2 * sizeof(int);
-        return 8 * static_cast<std::size_t>(termTotal) + perRow * static_cast<std::size_t>(plate.voxel().surfaceTotal()) + perNode * value.size();
+        return 8 * static_cast<std::size_t>(termTotal) + perRow * static_cast<std::size_t>(plate.voxel().surfaceTotal()) +
+               perNode * value.size();
     }
     [[nodiscard]] std::size_t bytesOfPickUp() const
     {
