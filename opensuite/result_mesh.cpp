@@ -1,6 +1,7 @@
 #include "result_mesh.h"
 
 #include "cgns_reader.h"
+#include "common/file_names.h"
 #include "mesh_file_layout.h"
 #include "mesh_file_stream.h"
 #include "result_layout.h"
@@ -14,6 +15,7 @@ namespace tav3d::opensuite
 
 namespace fs = std::filesystem;
 namespace layout = result_layout;
+using common::pathOf;
 
 namespace
 {
@@ -45,7 +47,7 @@ std::array<std::int64_t, 2> zoneSize(const CgnsReader& reader, const std::string
 std::optional<ResultMesh> findResultMesh(const std::string& path, bool onCutCellMesh)
 {
     std::error_code ignored;
-    if (!fs::exists(fs::path(path), ignored))
+    if (!fs::exists(pathOf(path), ignored))
         return {};
     const CgnsReader reader(path);
     if (!reader.has(mesh_layout::description))
@@ -78,28 +80,29 @@ std::optional<ResultMesh> findResultMesh(const std::string& path, bool onCutCell
 std::int64_t countPartNodes(const std::string& path, bool onCutCellMesh)
 {
     const CgnsReader reader(path);
-    MeshZoneStream zone(reader, onCutCellMesh ? ZoneId::CutCell : ZoneId::Voxel, 1.0);
-    std::vector<char> ofPart(static_cast<std::size_t>(zone.counts().nodes) + 1, 0);
-    for (CellEntry cell; zone.plastic.next(cell);)
-        for (int k = 0; k < cell.nodes; ++k)
-            ofPart[static_cast<std::size_t>(cell.node[k])] = 1;
-    return std::count(ofPart.begin(), ofPart.end(), 1);
+    std::int64_t nodes = 0;
+    CellStream plastic = plasticCells(reader, onCutCellMesh ? ZoneId::CutCell : ZoneId::Voxel, nodes);
+    const auto ofPart = std::make_unique<bool[]>(static_cast<std::size_t>(nodes) + 1);
+    for (std::span<const std::int32_t> block; !(block = plastic.nextNodes()).empty();)
+        for (const std::int32_t node : block)
+            ofPart[static_cast<std::size_t>(node)] = true;
+    return std::count(ofPart.get(), ofPart.get() + nodes + 1, true);
 }
 
 std::string meshPathToStore(const std::string& meshFile, const std::string& resultFile)
 {
     std::error_code error;
-    const fs::path mesh = fs::weakly_canonical(fs::absolute(fs::path(meshFile)), error);
-    const fs::path folder = error ? fs::path() : fs::weakly_canonical(fs::absolute(fs::path(resultFile)).parent_path(), error);
+    const fs::path mesh = fs::weakly_canonical(fs::absolute(pathOf(meshFile)), error);
+    const fs::path folder = error ? fs::path() : fs::weakly_canonical(fs::absolute(pathOf(resultFile)).parent_path(), error);
     const fs::path relative = error ? fs::path() : mesh.lexically_relative(folder);
-    return relative.empty() ? fs::path(meshFile).generic_string() : relative.generic_string();
+    return common::genericNameOf(relative.empty() ? pathOf(meshFile) : relative);
 }
 
 std::string meshPathFromStored(const std::string& stored, const std::string& resultFile)
 {
     if (stored.empty())
         return stored;
-    return (fs::path(resultFile).parent_path() / fs::path(stored)).lexically_normal().string();
+    return common::nameOf((pathOf(resultFile).parent_path() / pathOf(stored)).lexically_normal());
 }
 
 } // namespace tav3d::opensuite

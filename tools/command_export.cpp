@@ -1,5 +1,6 @@
 #include "command_export.h"
 
+#include "common/file_names.h"
 #include "export_formats.h"
 #include "opensuite/file_error.h"
 
@@ -16,7 +17,7 @@ namespace tav3d::tools
 namespace
 {
 
-struct Arguments
+struct ExportArguments
 {
     GridRequest request;
     std::string zone;
@@ -33,13 +34,13 @@ constexpr Format formats[] = {{".vtu", writeVtu}, {".cgns", writeCgns}, {".plt",
 
 const Format* formatOf(const std::string& file)
 {
-    std::string extension = std::filesystem::path(file).extension().string();
+    std::string extension = common::nameOf(common::pathOf(file).extension());
     std::ranges::transform(extension, extension.begin(), [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
     const auto* found = std::ranges::find(formats, extension, &Format::extension);
     return found == std::end(formats) ? nullptr : found;
 }
 
-void runExport(Arguments arguments)
+void runExport(ExportArguments arguments)
 {
     if (!arguments.zone.empty())
         arguments.request.zone = arguments.zone == "voxel" ? opensuite::ZoneId::Voxel : opensuite::ZoneId::CutCell;
@@ -58,7 +59,7 @@ void runExport(Arguments arguments)
 
 void addExportCommand(CLI::App& app)
 {
-    const auto arguments = std::make_shared<Arguments>();
+    const auto arguments = std::make_shared<ExportArguments>();
     CLI::App* command = app.add_subcommand("export", "Writes a result and its mesh as one file for other programs");
     command->footer(
         "The file stands alone: it holds the mesh, in mesh length units (the scale factor is applied), and a value per node of\n"

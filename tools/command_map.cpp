@@ -1,6 +1,7 @@
 #include "command_map.h"
 
 #include "commands.h"
+#include "common/file_names.h"
 #include "console.h"
 #include "map_facts.h"
 #include "map_job.h"
@@ -20,7 +21,7 @@ namespace tav3d::tools
 namespace
 {
 
-struct Arguments
+struct MapArguments
 {
     std::string mesh;
     std::vector<std::string> results;
@@ -35,12 +36,12 @@ void tell(const MapOutcome& outcome, bool json)
     if (!outcome.failure.empty())
         std::cerr << "tav3d: error: " << outcome.failure << '\n';
     else if (!json)
-        std::cout << outcome.task.target.string() << ": mapped from " << outcome.voxelFile.string() << std::endl;
+        std::cout << common::nameOf(outcome.task.target) << ": mapped from " << common::nameOf(outcome.voxelFile) << std::endl;
     if (!outcome.note.empty())
-        std::cerr << "tav3d: note: " << outcome.task.source.string() << ": " << outcome.note << '\n';
+        std::cerr << "tav3d: note: " << common::nameOf(outcome.task.source) << ": " << outcome.note << '\n';
 }
 
-void mapFiles(const Arguments& arguments)
+void mapFiles(const MapArguments& arguments)
 {
     const std::vector<MapTask> tasks = makeMapTasks(arguments.results, arguments.output);
     if (!arguments.report.empty())
@@ -55,7 +56,7 @@ void mapFiles(const Arguments& arguments)
     {
         MapOutcome outcome;
         {
-            ProgressBar bar(task.source.filename().string());
+            ProgressBar bar(common::nameOf(task.source.filename()));
             outcome = mapper.run(task, [&bar](int done, int total) { bar.update(done, total); });
         }
         tell(outcome, arguments.json);
@@ -83,7 +84,7 @@ void mapFiles(const Arguments& arguments)
 
 void addMapCommand(CLI::App& app)
 {
-    auto arguments = std::make_shared<Arguments>();
+    auto arguments = std::make_shared<MapArguments>();
     CLI::App* command = app.add_subcommand("map", "Carry results from the voxel mesh of a model to its cut-cell mesh");
     command->add_option("mesh", arguments->mesh, "Mesh file (.krn) of the model")->required();
     command->add_option("results", arguments->results, "Result files on its voxel mesh (.q7f .q7p .q7c .q7hc .rsf .rsc)")->required();

@@ -1,5 +1,6 @@
 #include "command_sample.h"
 
+#include "common/file_names.h"
 #include "json.h"
 #include "opensuite/mesh_file_reader.h"
 #include "sample_results.h"
@@ -21,7 +22,7 @@ namespace
 namespace fs = std::filesystem;
 using namespace opensuite;
 
-struct Arguments
+struct SampleArguments
 {
     std::string meshFile;
     std::string folder = ".";
@@ -54,7 +55,7 @@ void addJson(JsonWriter& json, const std::string& file, const std::string& kind,
     json.endArray().endObject();
 }
 
-void runSample(const Arguments& arguments)
+void runSample(const SampleArguments& arguments)
 {
     const MeshSummary header = readMeshHeader(arguments.meshFile);
     const MeshZone voxel = readMeshZone(arguments.meshFile, ZoneId::Voxel);
@@ -66,13 +67,14 @@ void runSample(const Arguments& arguments)
                   << " nodes of the part; they are taken to fill last\n";
     }
 
-    fs::create_directories(arguments.folder);
+    const fs::path folder = common::pathOf(arguments.folder);
+    fs::create_directories(folder);
     const SampleModel model{arguments.meshFile, header.title, static_cast<int>(header.cutCell.nodes)};
     JsonWriter json;
     json.beginArray();
     for (const std::string& kind : arguments.kinds)
     {
-        const std::string file = (fs::path(arguments.folder) / fs::path(arguments.meshFile).stem()).string() + kind;
+        const std::string file = common::nameOf(folder / common::pathOf(arguments.meshFile).stem()) + kind;
         const std::vector<SampleItem> items = sampleItems(fields, kind);
         writeSampleResult(fields, items, model, file);
         arguments.json ? addJson(json, file, kind, items) : printText(file, items);
@@ -88,7 +90,7 @@ void runSample(const Arguments& arguments)
 
 void addSampleCommand(CLI::App& app)
 {
-    const auto arguments = std::make_shared<Arguments>();
+    const auto arguments = std::make_shared<SampleArguments>();
     CLI::App* command = app.add_subcommand("sample", "Makes sample results on the voxel mesh of a model");
     command->footer("Example:\n  tav3d sample housing.krn -o results --kinds .q7f .q7c\nThe fields have the shape of filling, packing and "
                     "cooling results, but "
