@@ -1,6 +1,7 @@
 // Loading of a thin part: its neighbour searches, of which both forms make the same rows, tables included, and the whole set-up from a mesh file. Releasing
 // what was made is not measured.
 
+#include "benchmarks/row_data.h"
 #include "benchmarks/thin_plate.h"
 
 #include "Tav3dMeshMappingArrary.h"
@@ -11,7 +12,6 @@
 #include <benchmark/benchmark.h>
 
 #include <fstream>
-#include <memory>
 #include <optional>
 #include <string>
 
@@ -27,18 +27,10 @@ using Inspector = CTav3dMeshMappingArrary_Inspector;
 
 constexpr std::int64_t million = 1000000;
 
-/// The plate of the benchmark's size; the last one is kept.
 const benchmarks::ThinPlate& plate(const benchmark::State& state)
 {
-    static std::unique_ptr<benchmarks::ThinPlate> kept;
-    static std::int64_t size = 0;
-    if (size != state.range(0))
-    {
-        kept.reset();
-        kept = std::make_unique<benchmarks::ThinPlate>(state.range(0));
-        size = state.range(0);
-    }
-    return *kept;
+    const std::int64_t n = state.range(0);
+    return benchmarks::RowData::get<benchmarks::ThinPlate>(std::to_string(n), [n] { return benchmarks::ThinPlate(n); });
 }
 
 template <auto search>
