@@ -9,6 +9,9 @@ if(MSVC)
   target_compile_definitions(build_flags INTERFACE NOMINMAX _CRT_SECURE_NO_WARNINGS)
 else()
   target_compile_options(build_flags INTERFACE -ffp-contract=off -Wall -Wextra -Wshadow -Wnon-virtual-dtor)
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+    target_compile_options(build_flags INTERFACE -Wno-restrict) # finds an overlap in "text" + std::string that is not there
+  endif()
 endif()
 
 if(TAV3D_WERROR)

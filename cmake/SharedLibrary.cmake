@@ -6,6 +6,9 @@ target_link_libraries(Tav3DInterpolation PRIVATE core suite)
 target_include_directories(Tav3DInterpolation INTERFACE $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
 target_compile_features(Tav3DInterpolation INTERFACE cxx_std_11)
 set_target_properties(Tav3DInterpolation PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
+if(WIN32)
+  set_target_properties(Tav3DInterpolation PROPERTIES PREFIX "") # the DLL has one name, whichever compiler made it
+endif()
 
 # Templates of the standard library are visible by default; the list keeps them out of the symbol table.
 if(CMAKE_SYSTEM_NAME STREQUAL "Linux")

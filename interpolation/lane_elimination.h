@@ -241,19 +241,20 @@ void exchangeRows(const System& s, const Partner& partner, Lanes pivot, int j, i
 {
     double row[Lanes::width];
     pivot.to(row);
-    unsigned waiting = bits(differs(pivot, Lanes::all(j)));
-    for (int lane = 0; waiting != 0; ++lane)
+    unsigned waiting = allLanes;
+    for (int lane = 0; waiting != 0; ++lane) // most often one row for all lanes
     {
         if ((waiting >> lane & 1) == 0)
             continue;
-        const int with = static_cast<int>(row[lane]);
+        const int distance = static_cast<int>(row[lane]) - j; // 0 is as good as others and needs no branch
         const Mask lanes = equal(pivot, Lanes::all(row[lane]));
-        for (int c = k; c < s.n + 3; ++c)
-            exchange(lanes, s.column(c)[j], s.column(c)[with]);
-        exchange(lanes, s.scale[j], s.scale[with]);
-        if (partner.scale != nullptr)
-            exchange(lanes, partner.scale[j], partner.scale[with]);
         waiting &= ~bits(lanes);
+        Lanes* const stop = s.column(s.n + 3) + j;
+        for (Lanes* top = s.column(k) + j; top < stop; top += s.stride)
+            exchange(lanes, top[0], top[distance]);
+        exchange(lanes, s.scale[j], s.scale[j + distance]);
+        if (partner.scale != nullptr)
+            exchange(lanes, partner.scale[j], partner.scale[j + distance]);
     }
 }
 

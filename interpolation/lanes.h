@@ -51,9 +51,9 @@ struct Lanes
     /// Exchanges a and b where the mask is set.
     friend void exchange(Mask mask, Lanes& a, Lanes& b)
     {
-        const __m256d change = _mm256_and_pd(mask.v, _mm256_xor_pd(a.v, b.v));
-        a.v = _mm256_xor_pd(a.v, change);
-        b.v = _mm256_xor_pd(b.v, change);
+        const __m256d kept = a.v;
+        a.v = _mm256_blendv_pd(a.v, b.v, mask.v);
+        b.v = _mm256_blendv_pd(b.v, kept, mask.v);
     }
 };
 

@@ -2,6 +2,7 @@
 
 #include "cgns_driver.h"
 #include "cgns_hdf5.h"
+#include "common/file_names.h"
 
 #include <algorithm>
 #include <array>
@@ -40,13 +41,13 @@ void checkSuperblock(const std::string& file, const std::filesystem::path& path)
     std::error_code error;
     const auto status = std::filesystem::status(path, error);
     if (!std::filesystem::exists(status))
-        throw FileError(FileFailure::CannotOpen, file, "", "there is no such file");
+        throw FileError(FileFailure::CannotOpen, file, "", "there is no such file" + common::ifTooLong(path));
     if (!std::filesystem::is_regular_file(status))
         throw FileError(FileFailure::CannotOpen, file, "", std::filesystem::is_directory(status) ? "is a folder" : "is not a regular file");
     const std::uintmax_t size = std::filesystem::file_size(path, error);
     std::ifstream stream(path, std::ios::binary);
     if (error || !stream)
-        throw FileError(FileFailure::CannotOpen, file, "", "cannot be opened for reading");
+        throw FileError(FileFailure::CannotOpen, file, "", "cannot be opened for reading" + common::ifTooLong(path));
     if (size == 0)
         throw FileError(FileFailure::WrongKind, file, "", "is empty");
 
@@ -207,7 +208,7 @@ public:
         const ReadQuietly quiet;
         if (file.empty())
             throw FileError(FileFailure::CannotOpen, file, "", "no file name");
-        const std::filesystem::path path(file);
+        const std::filesystem::path path = common::pathOf(file);
         checkSuperblock(file, path);
         input_ = std::make_unique<CgnsInput>(path);
         if (!input_->isOpen())

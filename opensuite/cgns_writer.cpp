@@ -5,6 +5,7 @@
 
 #include "cgns_driver.h"
 #include "cgns_hdf5.h"
+#include "common/file_names.h"
 #include "replace_file.h"
 
 #include <algorithm>
@@ -46,7 +47,7 @@ class CgnsWriter::Impl
 public:
     explicit Impl(const std::string& target)
         : target_(target)
-        , targetPath_(target)
+        , targetPath_(common::pathOf(target))
     {
         const Quiet quiet;
         std::error_code ignored;
@@ -200,9 +201,9 @@ private:
         H5Pset_fclose_degree(access.get(), H5F_CLOSE_STRONG);
         output_ = std::make_unique<CgnsOutput>(temporary_);
         if (output_->failed())
-            throw FileError(FileFailure::CannotWrite, target_, "", "a file cannot be created in its folder");
+            throw FileError(FileFailure::CannotWrite, target_, "", "a file cannot be created in its folder" + common::ifTooLong(temporary_));
         output_->attachTo(access.get());
-        file_ = File(H5Fcreate(temporary_.string().c_str(), H5F_ACC_TRUNC, creation.get(), access.get()));
+        file_ = File(H5Fcreate(common::nameOf(temporary_).c_str(), H5F_ACC_TRUNC, creation.get(), access.get()));
         if (!file_)
             failWriting("");
         root_ = Group(H5Gopen2(file_.get(), "/", H5P_DEFAULT));

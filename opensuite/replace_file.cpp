@@ -1,5 +1,7 @@
 #include "replace_file.h"
 
+#include "common/file_names.h"
+
 #include <atomic>
 #include <charconv>
 #include <cstdint>
@@ -10,6 +12,9 @@
 
 #ifdef _WIN32
 #define WIN32_LEAN_AND_MEAN
+#ifndef NOMINMAX
+#define NOMINMAX
+#endif
 #include <windows.h>
 #else
 #include <cerrno>
@@ -50,19 +55,30 @@ bool runs(std::uint64_t process)
 
 void flushToDisk(const fs::path& file)
 {
-    const HANDLE handle = CreateFileW(file.c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
+    constexpr DWORD shareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE; // who looks at the file meanwhile is no obstacle
+    const HANDLE handle = CreateFileW(file.c_str(), GENERIC_WRITE, shareAll, nullptr, OPEN_EXISTING, 0, nullptr);
     if (handle == INVALID_HANDLE_VALUE)
         failWith("cannot flush", file, {});
-    const BOOL flushed = FlushFileBuffers(handle);
+    const DWORD failed = FlushFileBuffers(handle) ? 0 : GetLastError();
     CloseHandle(handle);
-    if (!flushed)
+    SetLastError(failed);
+    if (failed != 0)
         failWith("cannot flush", file, {});
 }
 
 void moveOnto(const fs::path& finished, const fs::path& target)
 {
-    if (!MoveFileExW(finished.c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH))
-        failWith("cannot replace", finished, target);
+    // Virus scanners and indexers open new files for a moment without letting others in. A reader that stays is reported.
+    constexpr int tries = 20;
+    constexpr DWORD wait = 50; // ms
+    for (int attempt = 1; !MoveFileExW(finished.c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH); ++attempt)
+    {
+        const DWORD reason = GetLastError();
+        const bool isHeld = reason == ERROR_SHARING_VIOLATION || reason == ERROR_LOCK_VIOLATION || reason == ERROR_ACCESS_DENIED;
+        if (!isHeld || attempt == tries)
+            failWith("cannot replace", finished, target);
+        Sleep(wait);
+    }
 }
 
 #else
@@ -147,13 +163,13 @@ void replaceFile(const fs::path& finished, const fs::path& target)
 int removeAbandonedTemporaries(const fs::path& target)
 {
     const fs::path folder = target.has_parent_path() ? target.parent_path() : fs::path(".");
-    const std::string targetName = target.filename().string();
+    const std::string targetName = common::nameOf(target.filename());
     std::vector<fs::path> abandoned;
     std::error_code error;
     for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error))
     {
         std::error_code ignored;
-        const std::uint64_t process = processOfTemporary(entry->path().filename().string(), targetName);
+        const std::uint64_t process = processOfTemporary(common::nameOf(entry->path().filename()), targetName);
         if (process != 0 && fs::is_regular_file(entry->symlink_status(ignored)) && !runs(process))
             abandoned.push_back(entry->path());
     }

@@ -1,6 +1,7 @@
 #include "result_mesh.h"
 
 #include "cgns_reader.h"
+#include "common/file_names.h"
 #include "mesh_file_layout.h"
 #include "mesh_file_stream.h"
 #include "result_layout.h"
@@ -14,6 +15,7 @@ namespace tav3d::opensuite
 
 namespace fs = std::filesystem;
 namespace layout = result_layout;
+using common::pathOf;
 
 namespace
 {
@@ -45,7 +47,7 @@ std::array<std::int64_t, 2> zoneSize(const CgnsReader& reader, const std::string
 std::optional<ResultMesh> findResultMesh(const std::string& path, bool onCutCellMesh)
 {
     std::error_code ignored;
-    if (!fs::exists(fs::path(path), ignored))
+    if (!fs::exists(pathOf(path), ignored))
         return {};
     const CgnsReader reader(path);
     if (!reader.has(mesh_layout::description))
@@ -90,17 +92,17 @@ std::int64_t countPartNodes(const std::string& path, bool onCutCellMesh)
 std::string meshPathToStore(const std::string& meshFile, const std::string& resultFile)
 {
     std::error_code error;
-    const fs::path mesh = fs::weakly_canonical(fs::absolute(fs::path(meshFile)), error);
-    const fs::path folder = error ? fs::path() : fs::weakly_canonical(fs::absolute(fs::path(resultFile)).parent_path(), error);
+    const fs::path mesh = fs::weakly_canonical(fs::absolute(pathOf(meshFile)), error);
+    const fs::path folder = error ? fs::path() : fs::weakly_canonical(fs::absolute(pathOf(resultFile)).parent_path(), error);
     const fs::path relative = error ? fs::path() : mesh.lexically_relative(folder);
-    return relative.empty() ? fs::path(meshFile).generic_string() : relative.generic_string();
+    return common::genericNameOf(relative.empty() ? pathOf(meshFile) : relative);
 }
 
 std::string meshPathFromStored(const std::string& stored, const std::string& resultFile)
 {
     if (stored.empty())
         return stored;
-    return (fs::path(resultFile).parent_path() / fs::path(stored)).lexically_normal().string();
+    return common::nameOf((pathOf(resultFile).parent_path() / pathOf(stored)).lexically_normal());
 }
 
 } // namespace tav3d::opensuite

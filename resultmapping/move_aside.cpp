@@ -1,7 +1,8 @@
 #include "move_aside.h"
 
+#include "common/file_names.h"
+
 #include <chrono>
-#include <cstdio>
 #include <iostream>
 #include <thread>
 
@@ -25,8 +26,7 @@ void sleepFor(int milliseconds)
 
 const FileCalls& systemFileCalls() noexcept
 {
-    static constexpr FileCalls calls{[](const char* fileName) { return std::remove(fileName); },
-                                     [](const char* oldName, const char* newName) { return std::rename(oldName, newName); }, sleepFor};
+    static constexpr FileCalls calls{common::removeFile, common::renameFile, sleepFor};
     return calls;
 }
 

@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Installs what the build and the tests need on Debian 12, and any packages named as arguments. Does nothing when all of it is there.
+# scripts/setup.sh [windows] [PACKAGE]...: installs what the build and the tests need on Debian 12, and any packages named as arguments; with "windows" also
+# what builds for Windows and runs there need. Does nothing when all of it is there.
 set -euo pipefail
 
 packages=(
@@ -9,8 +10,17 @@ packages=(
   python3 python3-numpy python3-scipy python3-h5py python3-vtk9 cgns-convert xvfb xauth # independent readers, pictures
   chromium chromium-driver                       # the report in a browser
   clang-format clang-tidy                        # checks of the sources
-  "$@"
 )
+if [ "${1:-}" = windows ]; then
+  shift
+  packages+=(
+    g++-mingw-w64-x86-64-posix gcc-mingw-w64-x86-64-posix # the compiler
+    wine wine64                                           # runs what it makes
+    dpkg-dev                                              # unpacks HDF5's source package
+    googletest                                            # sources, to be built for Windows
+  )
+fi
+packages+=("$@")
 
 missing=()
 for package in "${packages[@]}"; do

@@ -1,5 +1,6 @@
 #include "command_export.h"
 
+#include "common/file_names.h"
 #include "export_formats.h"
 #include "opensuite/file_error.h"
 
@@ -33,7 +34,7 @@ constexpr Format formats[] = {{".vtu", writeVtu}, {".cgns", writeCgns}, {".plt",
 
 const Format* formatOf(const std::string& file)
 {
-    std::string extension = std::filesystem::path(file).extension().string();
+    std::string extension = common::nameOf(common::pathOf(file).extension());
     std::ranges::transform(extension, extension.begin(), [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
     const auto* found = std::ranges::find(formats, extension, &Format::extension);
     return found == std::end(formats) ? nullptr : found;

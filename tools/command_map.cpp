@@ -1,6 +1,7 @@
 #include "command_map.h"
 
 #include "commands.h"
+#include "common/file_names.h"
 #include "console.h"
 #include "map_facts.h"
 #include "map_job.h"
@@ -35,9 +36,9 @@ void tell(const MapOutcome& outcome, bool json)
     if (!outcome.failure.empty())
         std::cerr << "tav3d: error: " << outcome.failure << '\n';
     else if (!json)
-        std::cout << outcome.task.target.string() << ": mapped from " << outcome.voxelFile.string() << std::endl;
+        std::cout << common::nameOf(outcome.task.target) << ": mapped from " << common::nameOf(outcome.voxelFile) << std::endl;
     if (!outcome.note.empty())
-        std::cerr << "tav3d: note: " << outcome.task.source.string() << ": " << outcome.note << '\n';
+        std::cerr << "tav3d: note: " << common::nameOf(outcome.task.source) << ": " << outcome.note << '\n';
 }
 
 void mapFiles(const MapArguments& arguments)
@@ -55,7 +56,7 @@ void mapFiles(const MapArguments& arguments)
     {
         MapOutcome outcome;
         {
-            ProgressBar bar(task.source.filename().string());
+            ProgressBar bar(common::nameOf(task.source.filename()));
             outcome = mapper.run(task, [&bar](int done, int total) { bar.update(done, total); });
         }
         tell(outcome, arguments.json);

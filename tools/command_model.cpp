@@ -1,5 +1,6 @@
 #include "command_model.h"
 
+#include "common/file_names.h"
 #include "json.h"
 #include "model_builder.h"
 #include "opensuite/mesh_file.h"
@@ -151,12 +152,12 @@ std::string jsonReport(const ModelArguments& arguments, const NamedSurface& part
 void runModel(ModelArguments arguments)
 {
     const auto start = std::chrono::steady_clock::now();
-    const std::filesystem::path partPath(arguments.part);
+    const std::string partName = common::nameOf(common::pathOf(arguments.part).stem());
     if (arguments.output.empty())
     {
-        arguments.output = partPath.stem().string() + ".krn";
+        arguments.output = partName + ".krn";
     }
-    arguments.options.title = partPath.stem().string();
+    arguments.options.title = partName;
     if (!arguments.gate.empty())
     {
         arguments.options.gate = parsePlace(arguments.gate);

@@ -1,5 +1,6 @@
 #include "command_sample.h"
 
+#include "common/file_names.h"
 #include "json.h"
 #include "opensuite/mesh_file_reader.h"
 #include "sample_results.h"
@@ -66,13 +67,14 @@ void runSample(const SampleArguments& arguments)
                   << " nodes of the part; they are taken to fill last\n";
     }
 
-    fs::create_directories(arguments.folder);
+    const fs::path folder = common::pathOf(arguments.folder);
+    fs::create_directories(folder);
     const SampleModel model{arguments.meshFile, header.title, static_cast<int>(header.cutCell.nodes)};
     JsonWriter json;
     json.beginArray();
     for (const std::string& kind : arguments.kinds)
     {
-        const std::string file = (fs::path(arguments.folder) / fs::path(arguments.meshFile).stem()).string() + kind;
+        const std::string file = common::nameOf(folder / common::pathOf(arguments.meshFile).stem()) + kind;
         const std::vector<SampleItem> items = sampleItems(fields, kind);
         writeSampleResult(fields, items, model, file);
         arguments.json ? addJson(json, file, kind, items) : printText(file, items);

@@ -20,6 +20,7 @@ int run(int argc, const char* const* argv)
 {
     CLI::App app{"Meshes, results and mappings of injection-moulding models"};
     app.name("tav3d");
+    app.allow_windows_style_options(false); // "/part.krn" is a file everywhere
     app.set_version_flag("--version", "tav3d " TAV3D_VERSION);
     app.require_subcommand(1);
     addModelCommand(app);

@@ -3,6 +3,7 @@
 #include "TAVFEM_ElemLib.h"
 #include "TAVOptKer.h"
 #include "cell_geometry.h"
+#include "common/exact_math.h"
 
 #include <algorithm>
 #include <array>
@@ -210,7 +211,7 @@ std::pair<int, double> EngineMesh::nearestCell(Vec3 p) const
     for (int axis = 0; axis < 3; ++axis)
         onBox[axis] = std::clamp(p[axis], low_[axis], high_[axis]);
     std::pair<int, double> nearest{0, std::numeric_limits<double>::infinity()};
-    for (double reach = length(high_ - low_) / std::cbrt(cellTotal()); nearest.first == 0; reach *= 2)
+    for (double reach = length(high_ - low_) / common::fractionalPower(cellTotal(), 1.0 / 3.0); nearest.first == 0; reach *= 2)
         keepNearest(cellsNear(onBox, reach), p, nearest);
     const double bound = nearest.second;
     nearest = {0, std::numeric_limits<double>::infinity()};

@@ -1,5 +1,6 @@
 #include "field_grid.h"
 
+#include "common/file_names.h"
 #include "opensuite/file_error.h"
 #include "opensuite/mesh_file_layout.h"
 #include "opensuite/result_layout.h"
@@ -207,7 +208,7 @@ const char* meshName(ZoneId zone) noexcept
 bool isSameFile(const std::string& a, const std::string& b) noexcept
 {
     std::error_code error;
-    return std::filesystem::equivalent(a, b, error) && !error;
+    return std::filesystem::equivalent(common::pathOf(a), common::pathOf(b), error) && !error;
 }
 
 } // namespace tav3d::tools

@@ -2,7 +2,13 @@
 
 #include <system_error>
 
-#ifndef _WIN32
+#ifdef _WIN32
+#define WIN32_LEAN_AND_MEAN
+#ifndef NOMINMAX
+#define NOMINMAX
+#endif
+#include <windows.h>
+#else
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/file.h>
@@ -16,9 +22,18 @@ namespace fs = std::filesystem;
 
 #ifdef _WIN32
 
-bool isLockedByAnotherProgram(const fs::path&)
+bool isLockedByAnotherProgram(const fs::path& file)
 {
-    return false;
+    constexpr DWORD shareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+    const HANDLE handle = CreateFileW(file.c_str(), GENERIC_READ, shareAll, nullptr, OPEN_EXISTING, 0, nullptr);
+    if (handle == INVALID_HANDLE_VALUE)
+        return GetLastError() == ERROR_SHARING_VIOLATION; // opened without letting readers in
+    // Regions: any lock of another program that forbids reading overlaps the whole file.
+    OVERLAPPED begin = {};
+    const bool isLocked =
+        !LockFileEx(handle, LOCKFILE_FAIL_IMMEDIATELY, 0, MAXDWORD, MAXDWORD, &begin) && GetLastError() == ERROR_LOCK_VIOLATION;
+    CloseHandle(handle); // and with it the shared lock
+    return isLocked;
 }
 
 #else

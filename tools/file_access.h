@@ -7,8 +7,8 @@
 namespace tav3d::tools
 {
 
-/// Whether another program holds a lock on the file that forbids reading it, as programs do while they write. Programs that only read, and a file
-/// that is missing or whose file system has no locks, count as no. Where opening a locked file fails (Windows), this tells nothing.
+/// Whether another program holds a lock on the file that forbids reading it, as programs do while they write; on Windows also, whether it has the file open
+/// without letting others read. Programs that only read, and a file that is missing or whose file system has no locks, count as no.
 [[nodiscard]] bool isLockedByAnotherProgram(const std::filesystem::path& file);
 
 /// Whether the file is there and nobody may write it. The superuser may all the same, and a file in a folder that may be written can be

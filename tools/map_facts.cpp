@@ -2,6 +2,7 @@
 
 #include "TAV3DCoolTools.h"
 #include "TAV3DResultEngine.h"
+#include "common/file_names.h"
 #include "meshmapping/mapping_array_view.h"
 #include "opensuite/mesh_file_reader.h"
 #include "resultmapping/result_names.h"
@@ -56,8 +57,8 @@ struct OpenResult
 {
     explicit OpenResult(const std::filesystem::path& path)
     {
-        if (reader.BeginReading(path.string().c_str(), nullptr) < 0)
-            throw std::runtime_error(path.string() + ": cannot be read again for the report");
+        if (reader.BeginReading(common::nameOf(path).c_str(), nullptr) < 0)
+            throw std::runtime_error(common::nameOf(path) + ": cannot be read again for the report");
         CBinaryWriteTools::GetBinaryInform(inform, reader, 0);
     }
 
@@ -146,13 +147,13 @@ MapFacts::MapFacts(const std::string& meshFile, const MapOptions& options, const
 std::string MapFacts::add(const MapOutcome& outcome)
 {
     FileReport file;
-    file.source = outcome.voxelFile.string();
-    file.target = outcome.task.target.string();
+    file.source = common::nameOf(outcome.voxelFile);
+    file.target = common::nameOf(outcome.task.target);
     file.failed = !outcome.failure.empty();
     file.reason = outcome.failure;
-    const std::string extension = outcome.task.source.extension().string();
+    const std::string extension = common::nameOf(outcome.task.source.extension());
     file.kind = kindInWords(resultmapping::kindOfExtension(extension).type);
-    report_.stages.push_back({"map " + outcome.task.source.filename().string(), outcome.seconds});
+    report_.stages.push_back({"map " + common::nameOf(outcome.task.source.filename()), outcome.seconds});
     std::string unreadable;
     if (!file.failed)
     {
@@ -175,7 +176,7 @@ std::string MapFacts::add(const MapOutcome& outcome)
 void MapFacts::addItems(const MapOutcome& outcome, FileReport& file) const
 {
     const CTav3dMeshMappingArrary& model = mapper_.mapping();
-    const int fileType = resultmapping::kindOfExtension(outcome.task.source.extension().string()).type;
+    const int fileType = resultmapping::kindOfExtension(common::nameOf(outcome.task.source.extension())).type;
     OpenResult source(outcome.voxelFile);
     OpenResult target(outcome.task.target);
     const auto nCutCell = static_cast<std::size_t>(View::cutCellNodeTotal(model));

@@ -4,6 +4,7 @@
 #include "TAV3DCoolTools.h"
 #include "TAV3DResultEngine.h"
 #include "Tav3dQ7XMapping_Voxel2CutCell.h"
+#include "common/file_names.h"
 #include "console.h"
 #include "file_access.h"
 #include "opensuite/item_observer.h"
@@ -21,6 +22,9 @@ namespace fs = std::filesystem;
 namespace tav3d::tools
 {
 
+using common::nameOf;
+using common::pathOf;
+
 /// The model's mesh file and its node counts.
 struct ModelMapper::Mesh
 {
@@ -37,21 +41,26 @@ double secondsSince(std::chrono::steady_clock::time_point begin)
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
 }
 
+[[noreturn]] void fail(const std::string& file, const std::string& reason)
+{
+    throw std::runtime_error(file + ": " + reason);
+}
+
 [[noreturn]] void fail(const fs::path& file, const std::string& reason)
 {
-    throw std::runtime_error(file.string() + ": " + reason);
+    fail(nameOf(file), reason);
 }
 
 /// "part_vox.q7f" for "part.q7f": the driver's rule, for a path whose file name has an extension.
 fs::path voxPathOf(const fs::path& file)
 {
-    return file.parent_path() / (file.stem().string() + "_vox" + file.extension().string());
+    return file.parent_path() / pathOf(nameOf(file.stem()) + "_vox" + nameOf(file.extension()));
 }
 
 void checkExtension(const fs::path& file)
 {
     static const std::set<std::string> known{".q7f", ".q7p", ".q7c", ".q7hc", ".rsf", ".rsc"};
-    const std::string extension = file.extension().string();
+    const std::string extension = nameOf(file.extension());
     if (extension.empty())
         fail(file, "the file name has no extension; result files end in .q7f, .q7p, .q7c, .q7hc, .rsf or .rsc");
     if (!known.contains(extension))
@@ -60,7 +69,7 @@ void checkExtension(const fs::path& file)
 
 ModelMapper::Mesh checkedMesh(const std::string& meshFile)
 {
-    ModelMapper::Mesh mesh{meshFile};
+    ModelMapper::Mesh mesh{pathOf(meshFile)};
     for (const bool voxel : {false, true})
     {
         KRNIO_Manipulator reader;
@@ -81,7 +90,7 @@ CBinaryInform describe(const fs::path& file)
     if (isLockedByAnotherProgram(file))
         fail(file, "is in use by another program, which has locked it");
     CTAV3DResultReader_Manipulator reader;
-    if (const int code = reader.BeginReading(file.string().c_str(), nullptr); code < 0)
+    if (const int code = reader.BeginReading(nameOf(file).c_str(), nullptr); code < 0)
     {
         static constexpr std::array reasons{"cannot be opened", "cannot be opened", "its result table is not usable",
                                             "is not a result file"};
@@ -113,7 +122,7 @@ void checkTarget(const fs::path& target, const CBinaryInform& inform, const Mode
         fail(target, "is write-protected; --output names another place for the mapped result");
     opensuite::removeAbandonedTemporaries(target);
     CTAV3DResultWriter_Manipulator probe; // dropped without an end: the target stays as it is
-    if (probe.BeginWriting(target.string().c_str(), nullptr, true) < 0)
+    if (probe.BeginWriting(nameOf(target).c_str(), nullptr, true) < 0)
         fail(target, "cannot be written");
 
     // Every item at most as long as the longer mesh, and room for the tables.
@@ -178,10 +187,10 @@ Start findStart(const MapTask& task, const ModelMapper::Mesh& mesh)
     start.inform = describe(vox);
     checkBelongsToModel(vox, start.inform, mesh);
     if (start.inform.m_bOnCutCellMesh)
-        fail(task.source, "is a result on the cut-cell mesh already, and so is " + vox.string());
+        fail(task.source, "is a result on the cut-cell mesh already, and so is " + nameOf(vox));
     start.voxelFile = vox;
     start.moveAside = false;
-    start.note = "was mapped before; mapped again from " + vox.string();
+    start.note = "was mapped before; mapped again from " + nameOf(vox);
     return start;
 }
 
@@ -215,8 +224,8 @@ std::string reasonOf(int code)
 std::string whatFailed(const MapTask& task, int code, long long before)
 {
     if (code == 1)
-        return opensuite::completedResultFiles() > before ? "" : task.target.string() + ": the mapped result could not be written";
-    return task.source.string() + ": " + reasonOf(code);
+        return opensuite::completedResultFiles() > before ? "" : nameOf(task.target) + ": the mapped result could not be written";
+    return nameOf(task.source) + ": " + reasonOf(code);
 }
 
 } // namespace
@@ -225,18 +234,21 @@ std::vector<MapTask> makeMapTasks(const std::vector<std::string>& results, const
 {
     std::vector<MapTask> tasks;
     std::set<fs::path> sources;
+    const fs::path outputPath = pathOf(output);
+    const bool intoFolder = fs::is_directory(outputPath);
     for (const std::string& result : results)
     {
-        if (!sources.insert(fs::weakly_canonical(result)).second)
+        const fs::path path = pathOf(result);
+        if (!sources.insert(fs::weakly_canonical(path)).second)
             fail(result, "named twice");
-        MapTask task{result, result};
+        MapTask task{path, path};
         if (!output.empty())
-            task.target = fs::is_directory(output) || results.size() > 1 ? fs::path(output) / task.source.filename() : fs::path(output);
+            task.target = intoFolder || results.size() > 1 ? outputPath / task.source.filename() : outputPath;
         tasks.push_back(task);
     }
     if (output.empty())
         return tasks;
-    if (results.size() > 1 && !fs::is_directory(output))
+    if (results.size() > 1 && !intoFolder)
         fail(output, "is no folder; with several result files --output names one");
     std::set<fs::path> targets;
     for (const MapTask& task : tasks)
@@ -306,8 +318,8 @@ void ModelMapper::mapFile(const MapObserver& observe, MapOutcome& outcome)
             if (observe)
                 observe(done, total);
         });
-    std::string voxelFile = start.voxelFile.string();
-    std::string target = task.target.string();
+    std::string voxelFile = nameOf(start.voxelFile);
+    std::string target = nameOf(task.target);
     driver_->Setfillingtime(options_.fillingTime.value_or(start.inform.m_dFillingTime));
     const int smooth = options_.smooth ? 1 : 0;
     try
@@ -318,7 +330,7 @@ void ModelMapper::mapFile(const MapObserver& observe, MapOutcome& outcome)
     }
     catch (const std::exception& error)
     {
-        outcome.failure = task.source.string() + ": " + error.what();
+        outcome.failure = nameOf(task.source) + ": " + error.what();
     }
     if (!start.moveAside)
         return;
@@ -336,7 +348,7 @@ void ModelMapper::mapFile(const MapObserver& observe, MapOutcome& outcome)
     if (notMoved)
     {
         outcome.voxelFile = vox;
-        outcome.failure += "; the voxel file could not be moved back and stands at " + vox.string();
+        outcome.failure += "; the voxel file could not be moved back and stands at " + nameOf(vox);
     }
 }
 

@@ -1,5 +1,6 @@
 #include "point_table.h"
 
+#include "common/file_names.h"
 #include "opensuite/file_error.h"
 
 #include <algorithm>
@@ -139,9 +140,10 @@ std::vector<Vec3> parsePoints(std::string_view text, const std::string& file)
 std::vector<Vec3> readPoints(const std::string& file)
 {
     std::error_code error;
-    if (std::filesystem::is_directory(file, error))
+    const std::filesystem::path path = common::pathOf(file);
+    if (std::filesystem::is_directory(path, error))
         throw FileError(FileFailure::CannotOpen, file, "", "is a folder");
-    std::ifstream stream(file, std::ios::binary);
+    std::ifstream stream(path, std::ios::binary);
     if (!stream)
         throw FileError(FileFailure::CannotOpen, file, "", "cannot be opened for reading");
     const std::string text{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};

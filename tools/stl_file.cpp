@@ -1,5 +1,7 @@
 #include "stl_file.h"
 
+#include "common/file_names.h"
+
 #include <algorithm>
 #include <bit>
 #include <cctype>
@@ -25,11 +27,12 @@ constexpr std::size_t binaryTriangleSize = 50;
 
 std::string readAll(const std::string& path)
 {
-    if (std::filesystem::is_directory(path))
+    const std::filesystem::path filePath = common::pathOf(path);
+    if (std::filesystem::is_directory(filePath))
     {
         throw std::runtime_error("is a folder, not a file");
     }
-    std::ifstream file(path, std::ios::binary);
+    std::ifstream file(filePath, std::ios::binary);
     if (!file)
     {
         throw std::runtime_error("cannot be opened for reading");

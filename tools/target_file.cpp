@@ -1,5 +1,6 @@
 #include "target_file.h"
 
+#include "common/file_names.h"
 #include "opensuite/file_error.h"
 #include "opensuite/replace_file.h"
 
@@ -40,19 +41,26 @@ private:
     fs::path path_;
 };
 
+/// To be called right after the failure.
+std::string cannotBeWritten(const fs::path& file)
+{
+    return std::string("cannot be written: ") + std::strerror(errno) + common::ifTooLong(file);
+}
+
 } // namespace
 
 void writeTargetFile(const std::string& target, const std::function<void(std::ostream&)>& write)
 {
+    const fs::path path = common::pathOf(target);
     std::error_code ignored;
-    if (fs::is_directory(target, ignored))
+    if (fs::is_directory(path, ignored))
         throw FileError(FileFailure::CannotWrite, target, "", "is a folder");
-    const Unfinished unfinished(opensuite::temporaryNameBeside(target));
+    const Unfinished unfinished(opensuite::temporaryNameBeside(path));
     {
         errno = 0;
         std::ofstream out(unfinished.path(), std::ios::binary);
         if (!out)
-            throw FileError(FileFailure::CannotWrite, target, "", std::string("cannot be written: ") + std::strerror(errno));
+            throw FileError(FileFailure::CannotWrite, target, "", cannotBeWritten(unfinished.path()));
         write(out);
         out.close();
         if (!out)
@@ -60,7 +68,7 @@ void writeTargetFile(const std::string& target, const std::function<void(std::os
     }
     try
     {
-        opensuite::replaceFile(unfinished.path(), target);
+        opensuite::replaceFile(unfinished.path(), path);
     }
     catch (const fs::filesystem_error& error)
     {
@@ -70,13 +78,14 @@ void writeTargetFile(const std::string& target, const std::function<void(std::os
 
 void checkCanWrite(const std::string& target)
 {
+    const fs::path path = common::pathOf(target);
     std::error_code ignored;
-    if (fs::is_directory(target, ignored))
+    if (fs::is_directory(path, ignored))
         throw FileError(FileFailure::CannotWrite, target, "", "is a folder");
-    const Unfinished trial(opensuite::temporaryNameBeside(target));
+    const Unfinished trial(opensuite::temporaryNameBeside(path));
     errno = 0;
     if (!std::ofstream(trial.path()).is_open())
-        throw FileError(FileFailure::CannotWrite, target, "", std::string("cannot be written: ") + std::strerror(errno));
+        throw FileError(FileFailure::CannotWrite, target, "", cannotBeWritten(trial.path()));
 }
 
 } // namespace tav3d::tools

@@ -1,7 +1,7 @@
 """Checks that the folders include each other in one direction only.
 
-tools -> include + opensuite, and the views of the mapping, so that it can tell how a value came about; resultmapping -> meshmapping -> platform;
-interpolation and meshmapping -> common -> nothing; interpolation -> platform. The exported headers include nothing but the standard library.
+tools -> include + opensuite + common, and the views of the mapping, so that it can tell how a value came about; resultmapping -> meshmapping -> platform;
+all of them -> common -> nothing; interpolation -> platform. The exported headers include nothing but the standard library.
 """
 
 import pathlib
@@ -14,9 +14,9 @@ ALLOWED = {
     "common": {"common"},
     "interpolation": {"interpolation", "common", "include", "platform"},
     "meshmapping": {"meshmapping", "common", "include", "platform"},
-    "resultmapping": {"resultmapping", "meshmapping", "include", "platform"},
-    "opensuite": {"opensuite", "platform"},
-    "tools": {"tools", "opensuite", "platform", "include", "meshmapping", "resultmapping"},
+    "resultmapping": {"resultmapping", "common", "meshmapping", "include", "platform"},
+    "opensuite": {"opensuite", "common", "platform"},
+    "tools": {"tools", "common", "opensuite", "platform", "include", "meshmapping", "resultmapping"},
 }
 
 

@@ -1,0 +1,119 @@
+#include "file_names.h"
+
+#include <cstdio>
+
+#ifdef _WIN32
+#define WIN32_LEAN_AND_MEAN
+#ifndef NOMINMAX
+#define NOMINMAX
+#endif
+#include <windows.h>
+#endif
+
+namespace tav3d::common
+{
+
+namespace fs = std::filesystem;
+
+#ifdef _WIN32
+
+namespace
+{
+
+/// Empty when the text is not valid in that code page and `flags` forbid it.
+std::wstring widened(std::string_view text, unsigned codePage, unsigned long flags)
+{
+    const int size = static_cast<int>(text.size());
+    const int length = MultiByteToWideChar(codePage, flags, text.data(), size, nullptr, 0);
+    std::wstring wide(static_cast<std::size_t>(length), L'\0');
+    MultiByteToWideChar(codePage, flags, text.data(), size, wide.data(), length);
+    return wide;
+}
+
+std::string narrowed(std::wstring_view text)
+{
+    const int size = static_cast<int>(text.size());
+    const int length = WideCharToMultiByte(CP_UTF8, 0, text.data(), size, nullptr, 0, nullptr, nullptr);
+    std::string narrow(static_cast<std::size_t>(length), '\0');
+    WideCharToMultiByte(CP_UTF8, 0, text.data(), size, narrow.data(), length, nullptr, nullptr);
+    return narrow;
+}
+
+} // namespace
+
+fs::path pathOf(std::string_view name)
+{
+    if (name.empty())
+        return {};
+    std::wstring wide = widened(name, CP_UTF8, MB_ERR_INVALID_CHARS);
+    if (wide.empty())
+        wide = widened(name, CP_ACP, 0);
+    return {std::move(wide)};
+}
+
+std::string nameOf(const fs::path& path)
+{
+    return path.empty() ? std::string() : narrowed(path.native());
+}
+
+std::string genericNameOf(const fs::path& path)
+{
+    return path.empty() ? std::string() : narrowed(path.generic_wstring());
+}
+
+int removeFile(const char* name)
+{
+    return _wremove(pathOf(name).c_str());
+}
+
+int renameFile(const char* oldName, const char* newName)
+{
+    return _wrename(pathOf(oldName).c_str(), pathOf(newName).c_str());
+}
+
+std::string ifTooLong(const fs::path& path)
+{
+    std::error_code error;
+    const fs::path whole = fs::absolute(path, error);
+    const std::size_t length = (error ? path : whole).native().size();
+    if (length < MAX_PATH)
+        return {};
+    return "; its path has " + std::to_string(length) + " characters, and Windows takes " + std::to_string(MAX_PATH - 1) +
+           " unless long paths are enabled";
+}
+
+#else
+
+fs::path pathOf(std::string_view name)
+{
+    return {name};
+}
+
+std::string nameOf(const fs::path& path)
+{
+    return path.string();
+}
+
+std::string genericNameOf(const fs::path& path)
+{
+    return path.generic_string();
+}
+
+int removeFile(const char* name)
+{
+    return std::remove(name);
+}
+
+int renameFile(const char* oldName, const char* newName)
+{
+    return std::rename(oldName, newName);
+}
+
+std::string ifTooLong(const fs::path&)
+{
+    return {};
+}
+
+#endif
+
+} // namespace tav3d::common

@@ -1,0 +1,30 @@
+#pragma once
+
+// Names of files as text. Text is UTF-8 on every system: names that come in as `char` (from hosts, the command line, files) become paths here, and paths
+// become text here, in messages as in files. Elsewhere systems disagree on what `char` names mean.
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+
+namespace tav3d::common
+{
+
+/// The path of a name. On Windows a name that is not valid UTF-8 is taken in the system's code page, as older hosts pass names.
+[[nodiscard]] std::filesystem::path pathOf(std::string_view name);
+
+/// The name of a path, separators as they are.
+[[nodiscard]] std::string nameOf(const std::filesystem::path& path);
+
+/// The same with the separators that files and Linux have, '/'.
+[[nodiscard]] std::string genericNameOf(const std::filesystem::path& path);
+
+/// The C runtime's removal and renaming of files, for names in UTF-8. 0 = done. Renaming does not replace a file on Windows.
+int removeFile(const char* name);
+int renameFile(const char* oldName, const char* newName);
+
+/// What to add to the message of a failure on a file: "; its path has 300 characters, and ..." where its length is the likely cause, else nothing.
+/// Windows takes 259 characters unless the system and the program agree on longer paths.
+[[nodiscard]] std::string ifTooLong(const std::filesystem::path& path);
+
+} // namespace tav3d::common

@@ -1,0 +1,23 @@
+#!/usr/bin/env bash
+# scripts/wine.sh PROGRAM.exe [ARGUMENT]...: runs a Windows program under wine, in a Windows installation of our own under build/wine.
+# Builds and tests call Windows programs through this (CMAKE_CROSSCOMPILING_EMULATOR), so that nothing depends on, or touches, the user's own wine.
+set -euo pipefail
+
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+export WINEPREFIX=${TAV3D_WINEPREFIX:-$root/build/wine}
+export WINEARCH=win64 WINEDEBUG=-all WINEDLLOVERRIDES="mscoree=;mshtml=;winemenubuilder.exe=" # no offers to download .NET and a browser, no menus
+unset DISPLAY
+
+# The first call makes the installation; calls at the same time wait for it. The mark is ours: wine's own files appear before it is done.
+if [ ! -e "$WINEPREFIX/.ready" ]; then
+  mkdir -p "$WINEPREFIX"
+  exec 9> "$WINEPREFIX.lock"
+  flock 9
+  if [ ! -e "$WINEPREFIX/.ready" ]; then
+    wineboot --init < /dev/null > "$WINEPREFIX.log" 2>&1 9>&-
+    wineserver --wait 9>&-
+    touch "$WINEPREFIX/.ready"
+  fi
+  exec 9>&-
+fi
+exec wine "$@"
