@@ -58,6 +58,8 @@ std::string nameOf(const fs::path& path)
 
 std::string genericNameOf(const fs::path& path)
 {
+    if (path.native().starts_with(LR"(\\?\)"))
+        return nameOf(path);
     return path.empty() ? std::string() : narrowed(path.generic_wstring());
 }
 

@@ -16,7 +16,8 @@ namespace tav3d::common
 /// The name of a path, separators as they are.
 [[nodiscard]] std::string nameOf(const std::filesystem::path& path);
 
-/// The same with the separators that files and Linux have, '/'.
+/// The same with '/' as separator, as files and Linux have it: for names that are put together here, in messages as in files. (A name that begins with
+/// "\\?\" keeps what it has: Windows takes no other separator behind that.)
 [[nodiscard]] std::string genericNameOf(const std::filesystem::path& path);
 
 /// The C runtime's removal and renaming of files, for names in UTF-8. 0 = done. Renaming does not replace a file on Windows.

@@ -128,8 +128,8 @@ struct OpenResult
 {
     explicit OpenResult(const std::filesystem::path& path)
     {
-        if (reader.BeginReading(common::nameOf(path).c_str(), nullptr) < 0)
-            throw std::runtime_error(common::nameOf(path) + ": cannot be read again for the report");
+        if (reader.BeginReading(common::genericNameOf(path).c_str(), nullptr) < 0)
+            throw std::runtime_error(common::genericNameOf(path) + ": cannot be read again for the report");
         CBinaryWriteTools::GetBinaryInform(inform, reader, 0);
     }
 
@@ -217,8 +217,8 @@ MapFacts::MapFacts(const std::string& meshFile, const MapOptions& options, const
 std::string MapFacts::add(const MapOutcome& outcome)
 {
     FileReport file;
-    file.source = common::nameOf(outcome.voxelFile);
-    file.target = common::nameOf(outcome.task.target);
+    file.source = common::genericNameOf(outcome.voxelFile);
+    file.target = common::genericNameOf(outcome.task.target);
     file.failed = !outcome.failure.empty();
     file.reason = outcome.failure;
     const std::string extension = common::nameOf(outcome.task.source.extension());
