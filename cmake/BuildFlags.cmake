@@ -12,6 +12,9 @@ else()
   if(NOT (TAV3D_UNITY AND CMAKE_CXX_COMPILER_ID MATCHES "Clang")) # which would compare the names of sources that are only compiled together
     target_compile_options(build_flags INTERFACE -Wshadow)
   endif()
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+    target_compile_options(build_flags INTERFACE -Wno-restrict) # finds an overlap in "text" + std::string that is not there
+  endif()
 endif()
 
 if(TAV3D_WERROR)

@@ -236,39 +236,50 @@ float* OpenResultFile::createFullResult(int number, int resultType, int& nNode)
     const bool whole = item.storage == Storage::NodeField || item.storage == Storage::OtherLayout;
     const int n = whole ? static_cast<int>(item.array.count()) : nodeTotal_;
 
-    // Zeroed by the system page by page where they are touched: the node count behind a small ID map is backed by nothing in the file.
-    FullResult full;
-    full.values.reset(static_cast<float*>(std::calloc(static_cast<std::size_t>(n) + 1, sizeof(float))));
-    full.count = n;
-    if (!full.values)
-        throw std::bad_alloc();
-    float* const values = full.values.get();
+    full_.count = 0;
+    if (n > full_.used)
+        makeRoom(n);
+    else if (!whole)
+        std::fill_n(full_.values.get() + 1, n, 0.0f);
+    float* const values = full_.values.get();
+    values[0] = 0.0f; // which the caller may have changed
     if (whole)
+    {
         item.array.read(0, std::span<float>(values + 1, static_cast<std::size_t>(n)));
+        full_.used = std::max(full_.used, n);
+    }
     else if (item.storage == Storage::IDMap)
     {
         const std::vector<int>& id = description_.m_ResultType.at(item.type).m_MappingID;
-        std::vector<float> compact(id.size() - 1);
-        item.array.read(0, std::span<float>(compact));
-        for (std::size_t k = 0; k < compact.size(); ++k)
-            values[id[k + 1]] = compact[k];
+        compact_.resize(id.size() - 1);
+        item.array.read(0, std::span<float>(compact_));
+        for (std::size_t k = 0; k < compact_.size(); ++k)
+            values[id[k + 1]] = compact_[k];
     }
-    fullResults_.emplace(values, std::move(full));
+    full_.count = n;
     nNode = n;
     return values;
 }
 
+/// A new array, zeroed by the system page by page where it is touched: the node count behind a small ID map is backed by nothing in the file.
+void OpenResultFile::makeRoom(int n)
+{
+    full_ = FullResult();
+    full_.values.reset(static_cast<float*>(std::calloc(static_cast<std::size_t>(n) + 1, sizeof(float))));
+    if (!full_.values)
+        throw std::bad_alloc();
+}
+
 std::optional<int> OpenResultFile::lengthOf(const float* array) const
 {
-    const auto found = fullResults_.find(array);
-    if (found == fullResults_.end())
+    if (array == nullptr || array != full_.values.get())
         return {};
-    return found->second.count;
+    return full_.count;
 }
 
 void OpenResultFile::close()
 {
-    fullResults_.clear();
+    full_ = FullResult();
     items_.clear();
     file_.reset();
 }

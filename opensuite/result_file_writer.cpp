@@ -47,7 +47,15 @@ void ResultFileWriter::setHead(const CBinaryInform& inform, std::shared_ptr<cons
         refuse("head", "a node count is negative");
     checkText("head", inform.m_strMeshFile);
 
-    CBinaryInform head = inform;
+    CBinaryInform head; // items and result types are handed over by themselves
+    head.m_strTitle = inform.m_strTitle;
+    head.m_strMeshFile = inform.m_strMeshFile;
+    head.m_bOnCutCellMesh = inform.m_bOnCutCellMesh;
+    head.m_nVoxelNode = inform.m_nVoxelNode;
+    head.m_nCutCellNode = inform.m_nCutCellNode;
+    head.m_nMaxCavityNode = inform.m_nMaxCavityNode;
+    head.m_iMultipleTimeStepMode = inform.m_iMultipleTimeStepMode;
+    head.m_bHasVentingResult = inform.m_bHasVentingResult;
     std::optional<ResultMesh> mesh;
     if (!head.m_strMeshFile.empty())
     {
@@ -79,8 +87,6 @@ void ResultFileWriter::setHead(const CBinaryInform& inform, std::shared_ptr<cons
     head.m_dFillingTime = fillingTime;
     head.m_CoolInfo = std::move(head_.m_CoolInfo);
     head.m_OutputTime = std::move(head_.m_OutputTime);
-    head.m_ResultItem.clear(); // handed over by themselves
-    head.m_ResultType.clear();
     head_ = std::move(head);
     mesh_ = std::move(mesh);
     nodeTotal_ = nodeTotal;

@@ -36,9 +36,9 @@ void tell(const MapOutcome& outcome, bool json)
     if (!outcome.failure.empty())
         std::cerr << "tav3d: error: " << outcome.failure << '\n';
     else if (!json)
-        std::cout << common::genericNameOf(outcome.task.target) << ": mapped from " << common::genericNameOf(outcome.voxelFile) << std::endl;
+        std::cout << common::nameOf(outcome.task.target) << ": mapped from " << common::nameOf(outcome.voxelFile) << std::endl;
     if (!outcome.note.empty())
-        std::cerr << "tav3d: note: " << common::genericNameOf(outcome.task.source) << ": " << outcome.note << '\n';
+        std::cerr << "tav3d: note: " << common::nameOf(outcome.task.source) << ": " << outcome.note << '\n';
 }
 
 void mapFiles(const MapArguments& arguments)

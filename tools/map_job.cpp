@@ -22,7 +22,6 @@ namespace fs = std::filesystem;
 namespace tav3d::tools
 {
 
-using common::genericNameOf;
 using common::nameOf;
 using common::pathOf;
 
@@ -49,7 +48,7 @@ double secondsSince(std::chrono::steady_clock::time_point begin)
 
 [[noreturn]] void fail(const fs::path& file, const std::string& reason)
 {
-    fail(genericNameOf(file), reason);
+    fail(nameOf(file), reason);
 }
 
 /// "part_vox.q7f" for "part.q7f": the driver's rule, for a path whose file name has an extension.
@@ -91,7 +90,7 @@ CBinaryInform describe(const fs::path& file)
     if (isLockedByAnotherProgram(file))
         fail(file, "is in use by another program, which has locked it");
     CTAV3DResultReader_Manipulator reader;
-    if (const int code = reader.BeginReading(genericNameOf(file).c_str(), nullptr); code < 0)
+    if (const int code = reader.BeginReading(nameOf(file).c_str(), nullptr); code < 0)
     {
         static constexpr std::array reasons{"cannot be opened", "cannot be opened", "its result table is not usable",
                                             "is not a result file"};
@@ -123,7 +122,7 @@ void checkTarget(const fs::path& target, const CBinaryInform& inform, const Mode
         fail(target, "is write-protected; --output names another place for the mapped result");
     opensuite::removeAbandonedTemporaries(target);
     CTAV3DResultWriter_Manipulator probe; // dropped without an end: the target stays as it is
-    if (probe.BeginWriting(genericNameOf(target).c_str(), nullptr, true) < 0)
+    if (probe.BeginWriting(nameOf(target).c_str(), nullptr, true) < 0)
         fail(target, "cannot be written");
 
     // Every item at most as long as the longer mesh, and room for the tables.
@@ -188,10 +187,10 @@ Start findStart(const MapTask& task, const ModelMapper::Mesh& mesh)
     start.inform = describe(vox);
     checkBelongsToModel(vox, start.inform, mesh);
     if (start.inform.m_bOnCutCellMesh)
-        fail(task.source, "is a result on the cut-cell mesh already, and so is " + genericNameOf(vox));
+        fail(task.source, "is a result on the cut-cell mesh already, and so is " + nameOf(vox));
     start.voxelFile = vox;
     start.moveAside = false;
-    start.note = "was mapped before; mapped again from " + genericNameOf(vox);
+    start.note = "was mapped before; mapped again from " + nameOf(vox);
     return start;
 }
 
@@ -225,8 +224,8 @@ std::string reasonOf(int code)
 std::string whatFailed(const MapTask& task, int code, long long before)
 {
     if (code == 1)
-        return opensuite::completedResultFiles() > before ? "" : genericNameOf(task.target) + ": the mapped result could not be written";
-    return genericNameOf(task.source) + ": " + reasonOf(code);
+        return opensuite::completedResultFiles() > before ? "" : nameOf(task.target) + ": the mapped result could not be written";
+    return nameOf(task.source) + ": " + reasonOf(code);
 }
 
 } // namespace
@@ -319,8 +318,8 @@ void ModelMapper::mapFile(const MapObserver& observe, MapOutcome& outcome)
             if (observe)
                 observe(done, total);
         });
-    std::string voxelFile = genericNameOf(start.voxelFile);
-    std::string target = genericNameOf(task.target);
+    std::string voxelFile = nameOf(start.voxelFile);
+    std::string target = nameOf(task.target);
     driver_->Setfillingtime(options_.fillingTime.value_or(start.inform.m_dFillingTime));
     const int smooth = options_.smooth ? 1 : 0;
     try
@@ -331,7 +330,7 @@ void ModelMapper::mapFile(const MapObserver& observe, MapOutcome& outcome)
     }
     catch (const std::exception& error)
     {
-        outcome.failure = genericNameOf(task.source) + ": " + error.what();
+        outcome.failure = nameOf(task.source) + ": " + error.what();
     }
     if (!start.moveAside)
         return;
@@ -349,7 +348,7 @@ void ModelMapper::mapFile(const MapObserver& observe, MapOutcome& outcome)
     if (notMoved)
     {
         outcome.voxelFile = vox;
-        outcome.failure += "; the voxel file could not be moved back and stands at " + genericNameOf(vox);
+        outcome.failure += "; the voxel file could not be moved back and stands at " + nameOf(vox);
     }
 }
 

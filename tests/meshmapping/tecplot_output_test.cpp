@@ -152,7 +152,7 @@ TEST(TecplotFiles, of_the_voxel_mesh_have_a_temperature_of_zero_and_the_result_f
     }
     Inspector::m_nVoxelResultNode(mapped.object) = 200; // of 216
     EXPECT_EQ(mapped.object.TecPlotVoxelSmoothValue(table.rows, 1), 1);
-    const auto file = test::readTecplot(test::readBytes("VoxelResultt=1.000000_.plt"));
+    const auto file = test::readTecplot(test::readText("VoxelResultt=1.000000_.plt"));
     EXPECT_EQ(file.variables, "VARIABLES=\"Xcord\",\"Ycord\",\"Zcord\",\"MF\",\"Temp\"");
     EXPECT_EQ(file.title, "Voxel");
     ASSERT_EQ(file.node.size(), 200u);
@@ -179,7 +179,7 @@ TEST(TecplotFiles, of_the_cut_cell_mesh_show_both_items_and_the_next_number)
     mapped.object.TecPlotVoxelSmoothValue(voxel.rows, 1);
     EXPECT_EQ(mapped.object.TecPlotVoxelSmoothValue(cutCell.rows, 0), 1);
     EXPECT_TRUE(std::filesystem::exists("VoxelResultt=1.000000_.plt"));
-    const auto file = test::readTecplot(test::readBytes("CutCellResultt=2.000000_.plt"));
+    const auto file = test::readTecplot(test::readText("CutCellResultt=2.000000_.plt"));
     ASSERT_EQ(file.node.size(), 218u);
     const auto& plastic = test::modelWithInsert().cutCell.plastic;
     ASSERT_EQ(file.cell.size(), plastic.size());
@@ -202,7 +202,7 @@ TEST(TecplotFiles, with_one_item_captured_show_zeros_for_the_other)
     const Table table(8);
     std::fill_n(table.rows[1] + 1, 8, 3.0f);
     mapped.object.TecPlotVoxelSmoothValue(table.rows, 0);
-    for (const auto& node : test::readTecplot(test::readBytes("CutCellResultt=1.000000_.plt")).node)
+    for (const auto& node : test::readTecplot(test::readText("CutCellResultt=1.000000_.plt")).node)
     {
         EXPECT_EQ(node[3], "3");
         EXPECT_EQ(node[4], "0");
@@ -215,7 +215,7 @@ TEST(TecplotFiles, of_any_other_mesh_number_have_cut_cell_nodes_and_no_elements)
     test::MappedModel mapped(test::unitCube(), 0, 0);
     const Table table(8);
     EXPECT_EQ(mapped.object.TecPlotVoxelSmoothValue(table.rows, 2), 1);
-    const auto file = test::readTecplot(test::readBytes("CutCellResultt=1.000000_.plt"));
+    const auto file = test::readTecplot(test::readText("CutCellResultt=1.000000_.plt"));
     EXPECT_EQ(file.node.size(), 8u);
     EXPECT_EQ(file.cell.size(), 0u);
 }
@@ -227,7 +227,7 @@ TEST(TecplotFiles, replace_an_earlier_file_of_the_name)
     test::MappedModel mapped(test::unitCube(), 0, 0);
     const Table table(8);
     mapped.object.TecPlotVoxelSmoothValue(table.rows, 0);
-    EXPECT_EQ(test::readTecplot(test::readBytes("CutCellResultt=1.000000_.plt")).node.size(), 8u);
+    EXPECT_EQ(test::readTecplot(test::readText("CutCellResultt=1.000000_.plt")).node.size(), 8u);
 }
 
 TEST(TecplotFiles, that_cannot_be_written_are_passed_over_and_counted)

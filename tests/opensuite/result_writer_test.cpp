@@ -263,7 +263,14 @@ TEST(ResultWriter, long_and_equal_names_give_distinct_arrays)
     EXPECT_EQ(fullResult(2, 1, read, reader), (std::vector<float>{3, 4}));
 }
 
-#ifndef _WIN32
+#ifdef _WIN32
+
+TEST(ResultWriter, full_disk_leaves_the_target_and_nothing_else)
+{
+    GTEST_SKIP() << "Windows has no limit on file sizes that a process could set for itself";
+}
+
+#else
 
 TEST(ResultWriter, full_disk_leaves_the_target_and_nothing_else)
 {
