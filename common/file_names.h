@@ -19,6 +19,9 @@ namespace tav3d::common
 /// The same with the separators that files and Linux have, '/'.
 [[nodiscard]] std::string genericNameOf(const std::filesystem::path& path);
 
+/// The path of the file `name` in a folder, with the kind of separator that the folder's name has: what users wrote comes back as they wrote it.
+[[nodiscard]] std::filesystem::path inFolder(const std::filesystem::path& folder, const std::filesystem::path& name);
+
 /// The C runtime's removal and renaming of files, for names in UTF-8. 0 = done. Renaming does not replace a file on Windows.
 int removeFile(const char* name);
 int renameFile(const char* oldName, const char* newName);
