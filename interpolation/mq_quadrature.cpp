@@ -19,12 +19,6 @@ namespace tav3d::interpolation
 namespace
 {
 
-constexpr double firstShape = 1.0;
-constexpr double shapeStep = 0.1;
-constexpr double lastShape = 3.0;
-constexpr double defectSlack = 1.0e-10; // a trial less than this much worse than the best still replaces it
-constexpr double weightGuard = 1.0e-30;
-
 /// Multiquadric distance of points i and j.
 double multiquadric(const Stencil& s, std::size_t i, std::size_t j, double c)
 {
@@ -102,13 +96,6 @@ void derivativeWeights(const Stencil& stencil, double c, const AxisWeights& weig
         for (int i = 0; i < n; ++i)
             weights[axis][static_cast<std::size_t>(i)] = b[i];
     }
-}
-
-bool takesOver(double defect, double best) noexcept
-{
-    // DELIBERATE shape-near-tie-takes-later: on ties and near-ties the larger parameter wins, and `best` may creep upward.
-    // Written as a difference because it rounds differently from `defect < best + slack`.
-    return defect - best < defectSlack;
 }
 
 void fitDerivatives(const Stencil& stencil, std::span<const double> phi, DerivativeFit& fit)

@@ -32,11 +32,23 @@ struct DerivativeFit
     std::array<double, 3> lastWeight{};
 };
 
+// The search over shape parameters.
+inline constexpr double firstShape = 1.0;
+inline constexpr double shapeStep = 0.1;
+inline constexpr double lastShape = 3.0;
+inline constexpr double defectSlack = 1.0e-10; ///< a trial less than this much worse than the best still replaces it
+inline constexpr double weightGuard = 1.0e-30; ///< added to the last weight before it divides
+
 /// Distance from zero of a stencil's weight sum before any shape parameter was tried. Larger ones never qualify.
 inline constexpr double noDefect = 1.0e10;
 
 /// Whether a shape parameter with this defect takes the place of the best one so far: when it is less than 1e-10 worse. Never with NaN.
-[[nodiscard]] bool takesOver(double defect, double best) noexcept;
+[[nodiscard]] inline bool takesOver(double defect, double best) noexcept
+{
+    // DELIBERATE shape-near-tie-takes-later: on ties and near-ties the larger parameter wins, and `best` may creep upward.
+    // Written as a difference because it rounds differently from `defect < best + slack`.
+    return defect - best < defectSlack;
+}
 
 /// Fits with every shape parameter and keeps, per axis, the result of the one whose weights sum nearest to zero. What no parameter
 /// qualifies for stays in `fit` as it was.

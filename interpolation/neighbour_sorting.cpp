@@ -6,27 +6,41 @@
 namespace tav3d::interpolation
 {
 
-namespace
-{
-
-constexpr double beyondAll = 1.0e30; // squared distances from here on are never picked
-constexpr double picked = 1.0e6;     // squared distance that a picked point has from then on
-
-} // namespace
-
 CountedTable::CountedTable(std::span<const int> capacity)
     : rows_(std::make_unique<int*[]>(capacity.size()))
 {
     std::size_t size = 0;
     for (const int room : capacity)
         size += static_cast<std::size_t>(room) + 1;
-    items_ = std::make_unique<int[]>(size);
-    int* next = items_.get();
+    int* next = addBlock(size);
     for (std::size_t row = 0; row < capacity.size(); ++row)
     {
         rows_[row] = next;
         next += capacity[row] + 1;
     }
+}
+
+CountedTable::CountedTable(int lastRow)
+    : rows_(std::make_unique<int*[]>(static_cast<std::size_t>(lastRow) + 1))
+{
+}
+
+int* CountedTable::addBlock(std::size_t size)
+{
+    blocks_.push_back(std::make_unique<int[]>(size));
+    return blocks_.back().get();
+}
+
+void CountedTable::addRow(std::span<const int> items)
+{
+    constexpr std::size_t blockSize = 1 << 18;
+    const std::size_t size = items.size() + 1;
+    if (free_.size() < size)
+        free_ = {addBlock(std::max(size, blockSize)), std::max(size, blockSize)};
+    int* row = rows_[added_++] = free_.data();
+    free_ = free_.subspan(size);
+    row[0] = static_cast<int>(items.size());
+    std::copy(items.begin(), items.end(), row + 1);
 }
 
 void selectNearest(const NumberedPoints& points, const Point& target, int k, int* out)
@@ -75,7 +89,7 @@ CountedTable cellsAroundNodes(const NumberedSpan<int* const>& cellNode, int node
     return table;
 }
 
-CountedTable nodesAroundNodes(const NumberedSpan<int* const>& cellNode, int nodeCount, const CountedTable& cellsAround)
+CountedTable nodesAroundNodesPlain(const NumberedSpan<int* const>& cellNode, int nodeCount, const CountedTable& cellsAround)
 {
     const auto nodes = static_cast<std::size_t>(std::max(nodeCount, 0));
     std::vector<std::vector<int>> distinct(nodes + 1);

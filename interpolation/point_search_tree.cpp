@@ -1,11 +1,16 @@
 #include "interpolation/point_search_tree.h"
 
+#include "interpolation/tree_layout.h"
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
 #include <new>
+#include <numeric>
+#include <span>
 
-using tav3d::interpolation::Point;
+using namespace tav3d::interpolation;
+using tav3d::common::zeroedArray;
 
 namespace
 {
@@ -15,50 +20,25 @@ constexpr std::int32_t leafCapacity = 8;
 constexpr std::int32_t internalNode = -1;
 constexpr std::int32_t rootNode = 1;
 
-// Half-widths of the searched cubes: firstRadius times 5, 25, ... until one reaches lastRadius.
-constexpr double firstRadius = 1e-6;
-constexpr double radiusFactor = 5.0;
-constexpr double lastRadius = 5.0;
-
-/// Octant 1..8; a coordinate equal to the centre belongs to the upper side.
-int octantOf(const Point& centre, double x, double y, double z)
+constexpr std::int64_t grownCapacity(std::int32_t capacity)
 {
-    return (x >= centre.x ? 2 : 1) + (y >= centre.y ? 2 : 0) + (z >= centre.z ? 4 : 0);
+    return std::max<std::int64_t>(3 * std::int64_t{capacity} / 2, 100);
+}
+
+/// Whether a split needs a larger table.
+constexpr bool isShort(std::int32_t nodes, std::int32_t capacity)
+{
+    return nodes > capacity - 16;
 }
 
 /// Searches growing cubes until one holds at least `wanted` points or the largest has been searched.
 void searchGrowingBox(CPointSearchTree& tree, double x, double y, double z, std::size_t wanted, std::vector<std::int32_t>& list)
 {
-    double r = firstRadius;
-    do
+    for (const double r : searchRadii)
     {
-        r = radiusFactor * r;
         tree.SearchBox(x, y, z, r, list);
-    } while (list.size() < wanted && !(r >= lastRadius));
-}
-
-/// Shell's method over entries 1..n, gaps 1, 4, 13, ... descending. Not stable, and the order of equal keys is visible to hosts: it decides
-/// which of two equally near cells is tried first, so no other sort will do.
-void sortByKey(std::vector<double>& key, std::vector<std::int32_t>& number, std::size_t n)
-{
-    std::size_t gap = 1;
-    while (3 * gap + 1 <= n)
-        gap = 3 * gap + 1;
-    for (; gap >= 1; gap /= 3)
-    {
-        for (std::size_t i = gap + 1; i <= n; ++i)
-        {
-            const double movingKey = key[i];
-            const std::int32_t movingNumber = number[i];
-            std::size_t j = i;
-            for (; j > gap && key[j - gap] > movingKey; j -= gap)
-            {
-                key[j] = key[j - gap];
-                number[j] = number[j - gap];
-            }
-            key[j] = movingKey;
-            number[j] = movingNumber;
-        }
+        if (list.size() >= wanted)
+            return;
     }
 }
 
@@ -68,9 +48,9 @@ CPointSearchTree::CPointSearchTree(double xMin, double xMax, double yMin, double
     : m_nTreeNode(1)
     , m_nTreeNodeCapacity(initialCapacity)
     , m_nLastPoint(-1)
-    , m_pTreeNode(std::make_unique<TreeNode[]>(initialCapacity))
-    , m_pVisitList(std::make_unique<std::int32_t[]>(initialCapacity))
-    , m_pNodeCenter(std::make_unique<Point[]>(initialCapacity))
+    , m_pTreeNode(zeroedArray<TreeNode>(initialCapacity))
+    , m_pVisitList(zeroedArray<std::int32_t>(initialCapacity))
+    , m_pNodeCenter(zeroedArray<Point>(initialCapacity))
     , m_dHalfSize(0.5 * std::max({xMax - xMin, yMax - yMin, zMax - zMin}))
     , m_dXMin(xMin)
     , m_dXMax(xMax)
@@ -80,6 +60,8 @@ CPointSearchTree::CPointSearchTree(double xMin, double xMax, double yMin, double
     , m_dZMax(zMax)
     , m_bCanGrow(1)
 {
+    if (!m_pTreeNode || !m_pVisitList || !m_pNodeCenter)
+        throw std::bad_alloc();
     m_Point.reserve(initialCapacity);
 }
 
@@ -94,7 +76,7 @@ void CPointSearchTree::Insert(double x, double y, double z)
         while (m_pTreeNode[leaf].state == leafCapacity)
         {
             // DELIBERATE tree-growth-pause: the table is not enlarged at two splits in a row; the point is then dropped without a number.
-            if (m_nTreeNode > m_nTreeNodeCapacity - 16)
+            if (isShort(m_nTreeNode, m_nTreeNodeCapacity))
             {
                 if (!growNodeTable())
                     return;
@@ -114,8 +96,13 @@ void CPointSearchTree::Insert(double x, double y, double z)
 
     // DELIBERATE tree-duplicate-number: a duplicate is numbered, so that numbers stay equal to insertion positions, but enters no leaf.
     if (enterLeaf)
-        enterLeaf = !isDuplicate(m_pTreeNode[leaf], x, y, z);
+    {
+        const TreeNode& node = m_pTreeNode[leaf];
+        enterLeaf = !isDuplicate(m_Point, std::span(node.slot).first(static_cast<std::size_t>(node.state)), {x, y, z}, squaredTolerance());
+    }
     ++m_nLastPoint;
+    m_nVisited = 0;
+    m_pQueries.reset();
     if (enterLeaf)
     {
         TreeNode& node = m_pTreeNode[leaf];
@@ -127,32 +114,81 @@ void CPointSearchTree::Insert(double x, double y, double z)
     m_Point.push_back({x, y, z});
 }
 
+void CPointSearchTree::InsertAll(const NumberedPoints& points)
+{
+    constexpr int mostAtOnce = 100'000'000; // so many cannot need more nodes than there are numbers
+    const bool isNew = m_nLastPoint < 0 && m_nTreeNode == 1 && m_nTreeNodeCapacity == initialCapacity && m_bCanGrow != 0;
+    if (isNew && points.count() > leafCapacity && points.count() <= mostAtOnce)
+        fillAtOnce(points);
+    else
+        for (int i = 1; i <= points.count(); ++i)
+            Insert(points[i].x, points[i].y, points[i].z);
+}
+
+/// Makes of an empty tree what the insertion of the points one after the other would make of it.
+void CPointSearchTree::fillAtOnce(const NumberedPoints& points)
+{
+    std::size_t room = m_Point.capacity();
+    while (room < static_cast<std::size_t>(points.count()))
+        room = 3 * room / 2;
+    m_Point.reserve(room);
+    for (int i = 1; i <= points.count(); ++i)
+        m_Point.push_back(points[i]);
+    m_nLastPoint = points.count() - 1;
+    const TreeLayout layout(m_Point, squaredTolerance());
+
+    // Nodes are numbered, and the table grows, in the order in which insertions split leaves. A table that has grown is not short at the next
+    // split: the pause between two growths never shows.
+    std::vector<std::int32_t> firstChild(layout.splits.size());
+    std::int32_t capacity = m_nTreeNodeCapacity;
+    for (const std::int32_t split : layout.splitAt)
+    {
+        if (split == TreeLayout::none)
+            continue;
+        m_bCanGrow = isShort(m_nTreeNode, capacity) ? 0 : 1;
+        if (m_bCanGrow == 0)
+            capacity = static_cast<std::int32_t>(grownCapacity(capacity));
+        if (split == TreeLayout::refused)
+            continue;
+        firstChild[static_cast<std::size_t>(split)] = m_nTreeNode + 1;
+        m_nTreeNode += leafCapacity;
+    }
+    if (capacity != m_nTreeNodeCapacity)
+    {
+        m_pTreeNode = zeroedArray<TreeNode>(static_cast<std::size_t>(capacity));
+        m_pNodeCenter = zeroedArray<Point>(static_cast<std::size_t>(capacity));
+        m_pVisitList = zeroedArray<std::int32_t>(static_cast<std::size_t>(capacity));
+        if (!m_pTreeNode || !m_pNodeCenter || !m_pVisitList)
+            throw std::bad_alloc();
+        m_nTreeNodeCapacity = capacity;
+    }
+
+    const auto nodeOf = [&](std::int32_t parent, std::uint8_t octant)
+    { return parent == TreeLayout::none ? rootNode : firstChild[static_cast<std::size_t>(parent)] + octant; };
+    for (std::size_t s = 0; s < layout.splits.size(); ++s)
+    {
+        const TreeLayout::Split& split = layout.splits[s];
+        const std::int32_t node = nodeOf(split.parent, split.octant);
+        m_pTreeNode[node].state = internalNode;
+        std::iota(m_pTreeNode[node].slot.begin(), m_pTreeNode[node].slot.end(), firstChild[s]);
+        m_pNodeCenter[node] = split.centre;
+    }
+    for (const TreeLayout::Leaf& leaf : layout.leaves)
+        m_pTreeNode[nodeOf(leaf.parent, leaf.octant)] = {leaf.count, leaf.slot};
+}
+
 std::int32_t CPointSearchTree::leafOf(double x, double y, double z, std::int32_t from) const
 {
     std::int32_t node = from;
     while (m_pTreeNode[node].state == internalNode)
-        node = m_pTreeNode[node].slot[static_cast<std::size_t>(octantOf(m_pNodeCenter[node], x, y, z) - 1)];
+        node = m_pTreeNode[node].slot[static_cast<std::size_t>(octantOf(m_pNodeCenter[node], {x, y, z}))];
     return node;
 }
 
-double CPointSearchTree::squaredDistance(std::int32_t point, double x, double y, double z) const
+double CPointSearchTree::squaredTolerance() const
 {
-    const Point& p = m_Point[static_cast<std::size_t>(point)];
-    const double dx = p.x - x;
-    const double dy = p.y - y;
-    const double dz = p.z - z;
-    return (dx * dx + dy * dy) + dz * dz;
-}
-
-bool CPointSearchTree::isDuplicate(const TreeNode& leaf, double x, double y, double z) const
-{
-    if (leaf.state == 0)
-        return false;
-    double nearest = std::numeric_limits<double>::infinity();
-    for (std::int32_t s = 0; s < leaf.state; ++s)
-        nearest = std::min(nearest, squaredDistance(leaf.slot[static_cast<std::size_t>(s)], x, y, z));
     const double tolerance = 1e-6 * std::min(1.0, m_dHalfSize);
-    return !(nearest > tolerance * tolerance);
+    return tolerance * tolerance;
 }
 
 /// Turns a full leaf into an internal node. False when the centroid separates none of its points (they lie within rounding of each other,
@@ -161,30 +197,14 @@ bool CPointSearchTree::splitLeaf(std::int32_t leaf)
 {
     TreeNode& node = m_pTreeNode[leaf];
     Point centre;
-    for (const std::int32_t p : node.slot)
-    {
-        const Point& point = m_Point[static_cast<std::size_t>(p)];
-        centre.x += point.x;
-        centre.y += point.y;
-        centre.z += point.z;
-    }
-    centre.x *= 0.125;
-    centre.y *= 0.125;
-    centre.z *= 0.125;
-
-    std::array<std::size_t, leafCapacity> childOf{};
-    for (std::size_t s = 0; s < leafCapacity; ++s)
-    {
-        const Point& point = m_Point[static_cast<std::size_t>(node.slot[s])];
-        childOf[s] = static_cast<std::size_t>(octantOf(centre, point.x, point.y, point.z) - 1);
-    }
-    if (std::all_of(childOf.begin(), childOf.end(), [&](std::size_t child) { return child == childOf[0]; }))
+    std::array<std::uint8_t, leafCapacity> childOf{};
+    if (!centreOf(m_Point, node.slot, centre, childOf))
         return false;
 
     const std::int32_t firstChild = m_nTreeNode + 1;
     for (std::size_t s = 0; s < leafCapacity; ++s)
     {
-        TreeNode& child = m_pTreeNode[firstChild + static_cast<std::int32_t>(childOf[s])];
+        TreeNode& child = m_pTreeNode[firstChild + childOf[s]];
         child.slot[static_cast<std::size_t>(child.state++)] = node.slot[s];
     }
     for (std::int32_t o = 0; o < leafCapacity; ++o)
@@ -201,14 +221,14 @@ bool CPointSearchTree::growNodeTable()
 {
     if (!m_bCanGrow)
         return false;
-    const std::int64_t capacity = std::max<std::int64_t>(3 * std::int64_t{m_nTreeNodeCapacity} / 2, 100);
+    const std::int64_t capacity = grownCapacity(m_nTreeNodeCapacity);
     if (capacity > std::numeric_limits<std::int32_t>::max())
         return false;
 
     const auto size = static_cast<std::size_t>(capacity);
-    std::unique_ptr<TreeNode[]> treeNode(new (std::nothrow) TreeNode[size]);
-    std::unique_ptr<Point[]> nodeCenter(new (std::nothrow) Point[size]);
-    std::unique_ptr<std::int32_t[]> visitList(new (std::nothrow) std::int32_t[size]);
+    auto treeNode = zeroedArray<TreeNode>(size);
+    auto nodeCenter = zeroedArray<Point>(size);
+    auto visitList = zeroedArray<std::int32_t>(size);
     if (!treeNode || !nodeCenter || !visitList)
         return false;
     std::copy_n(m_pTreeNode.get(), m_nTreeNode + 1, treeNode.get());
@@ -249,6 +269,34 @@ void CPointSearchTree::SearchBox(double x, double y, double z, double r, std::ve
             if (overlapX[o & 1] && overlapY[(o >> 1) & 1] && overlapZ[(o >> 2) & 1])
                 m_pVisitList[listed++] = node.slot[o];
     }
+    m_nVisited += listed;
+}
+
+/// Whether there is an index of the points to answer from. It is built when the nodes visited since the last insertion are so many that
+/// mixing insertions and queries never costs much more than the visits would.
+bool CPointSearchTree::hasIndex()
+{
+    if (!m_pQueries && m_nVisited >= m_nLastPoint / 4)
+        BuildIndex();
+    return m_pQueries != nullptr;
+}
+
+void CPointSearchTree::BuildIndex()
+{
+    std::vector<std::int32_t> visited;
+    visited.reserve(m_Point.size());
+    std::int32_t listed = 0;
+    m_pVisitList[listed++] = rootNode;
+    for (std::int32_t next = 0; next < listed; ++next)
+    {
+        const TreeNode& node = m_pTreeNode[m_pVisitList[next]];
+        const std::int32_t used = node.state == internalNode ? leafCapacity : node.state;
+        if (node.state == internalNode)
+            listed = static_cast<std::int32_t>(std::copy_n(node.slot.begin(), used, &m_pVisitList[listed]) - m_pVisitList.get());
+        else
+            visited.insert(visited.end(), node.slot.begin(), node.slot.begin() + used);
+    }
+    m_pQueries = std::make_unique<TreeQueries>(m_Point, std::move(visited));
 }
 
 // DELIBERATE search-range: cubes end at half-width 9.765625; farther points are not found.
@@ -256,13 +304,18 @@ void CPointSearchTree::SearchBox(double x, double y, double z, double r, std::ve
 // squared.
 int CPointSearchTree::SearchNearestPointIndex(double x, double y, double z, double& distance)
 {
+    return hasIndex() ? m_pQueries->nearest({x, y, z}, distance) : VisitNearestPointIndex(x, y, z, distance);
+}
+
+int CPointSearchTree::VisitNearestPointIndex(double x, double y, double z, double& distance)
+{
     std::vector<std::int32_t> list;
     searchGrowingBox(*this, x, y, z, 1, list);
     distance = -1.0;
     std::int32_t nearest = -1;
     for (const std::int32_t number : list)
     {
-        const double squared = squaredDistance(number, x, y, z);
+        const double squared = squaredDistance(m_Point[static_cast<std::size_t>(number)], {x, y, z});
         if (nearest < 0 || squared < distance)
         {
             nearest = number;
@@ -272,8 +325,23 @@ int CPointSearchTree::SearchNearestPointIndex(double x, double y, double z, doub
     return nearest;
 }
 
+int CPointSearchTree::SearchOnlyNearest(double x, double y, double z)
+{
+    return hasIndex() ? m_pQueries->onlyNearest({x, y, z}) : 0;
+}
+
 // DELIBERATE candidates-need-two: the cube widens until it holds two points, so that a single near centre is not the only candidate.
 int CPointSearchTree::SearchCandidates(double x, double y, double z, Candidates& result)
+{
+    if (!hasIndex())
+        return VisitCandidates(x, y, z, result);
+    const std::size_t count = m_pQueries->candidates({x, y, z}, result.number);
+    if (count > 0)
+        result.count = static_cast<std::int32_t>(count);
+    return 1;
+}
+
+int CPointSearchTree::VisitCandidates(double x, double y, double z, Candidates& result)
 {
     std::vector<std::int32_t> list;
     searchGrowingBox(*this, x, y, z, 2, list);
@@ -285,7 +353,7 @@ int CPointSearchTree::SearchCandidates(double x, double y, double z, Candidates&
     for (std::size_t i = 0; i < list.size(); ++i)
     {
         number[i + 1] = list[i] + 1;
-        key[i + 1] = squaredDistance(list[i], x, y, z);
+        key[i + 1] = squaredDistance(m_Point[static_cast<std::size_t>(list[i])], {x, y, z});
     }
     sortByKey(key, number, list.size());
 

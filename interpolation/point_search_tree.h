@@ -1,6 +1,8 @@
 #pragma once
 
+#include "common/zeroed_array.h"
 #include "interpolation/numbered.h"
+#include "interpolation/tree_queries.h"
 
 #include <array>
 #include <cstdint>
@@ -40,6 +42,13 @@ public:
     /// but is never found. So does a point that is not finite, and one that cannot be told apart from a full leaf's points by rounding.
     void Insert(double x, double y, double z);
 
+    /// Inserts points 1..n in ascending order. Into an empty tree at once: the same tree, many times sooner.
+    void InsertAll(const tav3d::interpolation::NumberedPoints& points);
+
+    /// Builds the index that the searches answer from until the next insertion. They do so themselves when they have visited enough nodes.
+    void BuildIndex();
+    bool hasIndex();
+
     /// Fills `list` with the numbers of the points inside the open cube of half-width r around (x, y, z), in visiting order.
     void SearchBox(double x, double y, double z, double r, std::vector<std::int32_t>& list);
 
@@ -51,14 +60,22 @@ public:
     /// reach `result`, which the caller has zeroed, stays as it is. Always returns 1.
     int SearchCandidates(double x, double y, double z, Candidates& result);
 
+    /// The first number that SearchCandidates would give, if it is told at once that no other candidate is as near; otherwise 0.
+    int SearchOnlyNearest(double x, double y, double z);
+
+    /// What the searches of the same names answer, by visiting the nodes of the tree and nothing else.
+    int VisitNearestPointIndex(double x, double y, double z, double& distance);
+    int VisitCandidates(double x, double y, double z, Candidates& result);
+
     std::vector<tav3d::interpolation::Point> m_Point; // every point, in insertion order
     std::int32_t m_nTreeNode;                         // nodes in use, numbered from 1 (the root)
     std::int32_t m_nTreeNodeCapacity;
     std::int32_t m_nLastPoint; // -1 before the first insertion
-    std::unique_ptr<TreeNode[]> m_pTreeNode;
-    std::unique_ptr<std::int32_t[]> m_pVisitList; // work list of SearchBox: one entry per tree node suffices, none is visited twice
-    std::unique_ptr<tav3d::interpolation::Point[]> m_pNodeCenter; // split point of each internal node
-    double m_dHalfSize;                                           // half of the largest extent of the range
+    tav3d::common::ZeroedArray<TreeNode> m_pTreeNode;
+    tav3d::common::ZeroedArray<std::int32_t>
+        m_pVisitList; // work list of SearchBox: one entry per tree node suffices, none is visited twice
+    tav3d::common::ZeroedArray<tav3d::interpolation::Point> m_pNodeCenter; // split point of each internal node
+    double m_dHalfSize;                                                    // half of the largest extent of the range
     double m_dXMin, m_dXMax, m_dYMin, m_dYMax, m_dZMin, m_dZMax;
     std::int32_t m_bCanGrow; // whether the next split may enlarge the node table
 
@@ -66,6 +83,9 @@ private:
     bool growNodeTable();
     bool splitLeaf(std::int32_t node);
     std::int32_t leafOf(double x, double y, double z, std::int32_t from) const;
-    bool isDuplicate(const TreeNode& leaf, double x, double y, double z) const;
-    double squaredDistance(std::int32_t point, double x, double y, double z) const;
+    double squaredTolerance() const;
+    void fillAtOnce(const tav3d::interpolation::NumberedPoints& points);
+
+    std::int64_t m_nVisited = 0;                                   // nodes visited since the last insertion
+    std::unique_ptr<tav3d::interpolation::TreeQueries> m_pQueries; // none after an insertion
 };

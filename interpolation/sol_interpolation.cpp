@@ -2,6 +2,7 @@
 
 #include "interpolation/cell_reduction.h"
 #include "interpolation/mq_quadrature.h"
+#include "interpolation/nearest_points.h"
 #include "interpolation/result_data_writer.h"
 
 #include <algorithm>
@@ -16,6 +17,8 @@ static_assert(sizeof(int) == sizeof(std::int32_t), "numbers of nodes, cells and 
 namespace
 {
 
+constexpr int sortingStatus = 2; // DELIBERATE sorting-status-two: whatever the input
+
 /// Releases an array that may be in the engine's storage or, borrowed, outside it.
 template <class T>
 void releaseArray(T*& array, std::unique_ptr<T[]>& storage)
@@ -24,6 +27,19 @@ void releaseArray(T*& array, std::unique_ptr<T[]>& storage)
         delete[] array;
     storage.reset();
     array = nullptr;
+}
+
+/// Whether the value lies in the range of the coordinates of the nodes, of which there is at least one.
+bool isBetween(std::span<const int> nodes, const double* coordinate, double value)
+{
+    double low = coordinate[nodes.front()];
+    double high = low;
+    for (const int node : nodes.subspan(1))
+    {
+        low = std::min(low, coordinate[node]);
+        high = std::max(high, coordinate[node]);
+    }
+    return low <= value && value <= high;
 }
 
 /// Puts an array into the engine's storage, in place of an earlier one, and returns its address.
@@ -78,8 +94,7 @@ void CSolInterpolation::BuildSearchTree()
 
 void CSolInterpolation::SetBaseData_PartitionCell(int pointCount, double* x, double* y, double* z)
 {
-    for (int i = 1; i <= pointCount; ++i)
-        m_pSearchTree->Insert(x[i], y[i], z[i]);
+    m_pSearchTree->InsertAll({x, y, z, pointCount});
 }
 
 // ---- Data points ----
@@ -132,6 +147,14 @@ int CSolInterpolation::SetDataPoint(double x, double y, double z)
 /// The first candidate cell whose box holds the point, else the first candidate, else 0.
 int CSolInterpolation::FindCell(double x, double y, double z, int& candidates) const
 {
+    // Mostly the first candidate is the one; the others are then not needed, except for their number in what is printed.
+    if (m_nDebugLevel == 0)
+    {
+        const int cell = m_pSearchTree->SearchOnlyNearest(x, y, z);
+        if (cell > 0 && IsPointInCellBox(cell, x, y, z))
+            return cell;
+    }
+
     CPointSearchTree::Candidates found;
     m_pSearchTree->SearchCandidates(x, y, z, found);
     candidates = found.count;
@@ -150,16 +173,7 @@ bool CSolInterpolation::IsPointInCellBox(int cell, double x, double y, double z)
     const std::span<const int> nodes = listItems(m_ppCellNode[cell]);
     if (nodes.empty())
         return false;
-    const NumberedPoints points(m_pNodeX, m_pNodeY, m_pNodeZ, m_nNode);
-    Point low = points[nodes.front()];
-    Point high = low;
-    for (const int node : nodes.subspan(1))
-    {
-        const Point p = points[node];
-        low = {std::min(low.x, p.x), std::min(low.y, p.y), std::min(low.z, p.z)};
-        high = {std::max(high.x, p.x), std::max(high.y, p.y), std::max(high.z, p.z)};
-    }
-    return low.x <= x && x <= high.x && low.y <= y && y <= high.y && low.z <= z && z <= high.z;
+    return isBetween(nodes, m_pNodeX, x) && isBetween(nodes, m_pNodeY, y) && isBetween(nodes, m_pNodeZ, z);
 }
 
 void CSolInterpolation::CleanDataPoint()
@@ -203,8 +217,7 @@ void CSolInterpolation::WriteQ7XData(int cellCount, int** rows)
 
 void CSolInterpolation::SORTING(double* X, double* Y, double* Z, int n, double px, double py, double pz, int k, int* out, int& status)
 {
-    // DELIBERATE sorting-status-two: whatever the input.
-    status = 2;
+    status = sortingStatus;
     selectNearest({X, Y, Z, n}, {px, py, pz}, k, out);
 }
 
@@ -254,11 +267,15 @@ void CSolInterpolation::SortDataPoints(int searched, int wanted)
     m_Storage.dataStencil = CountedTable(std::vector<int>(size, wanted));
     m_ppDataStencil = m_Storage.dataStencil.rows();
     m_pDataCell = keep(m_Storage.dataCell, std::make_unique<int[]>(size));
+    if (m_nDataPoint < 1)
+        return;
+    NearestPoints nodes({m_pNodeX, m_pNodeY, m_pNodeZ, searched}, wanted);
     for (int q = 1; q <= m_nDataPoint; ++q)
     {
         int* row = m_ppDataStencil[q];
         row[0] = wanted;
-        SORTING(m_pNodeX, m_pNodeY, m_pNodeZ, searched, m_pDataX[q], m_pDataY[q], m_pDataZ[q], row[0], row, m_pDataCell[q]);
+        nodes.select({m_pDataX[q], m_pDataY[q], m_pDataZ[q]}, wanted, row);
+        m_pDataCell[q] = sortingStatus;
     }
 }
 
@@ -275,8 +292,8 @@ void CSolInterpolation::Drivatives_Calculator_LDQ(double* x, double* y, double* 
 {
     // DELIBERATE fit-keeps-presets: an output that no shape parameter qualifies for keeps what the host put there.
     DerivativeFit fit{{dx, dy, dz}, {lastWx, lastWy, lastWz}};
-    fitDerivatives({itemsOf<const double>(x, n), itemsOf<const double>(y, n), itemsOf<const double>(z, n)}, itemsOf<const double>(phi, n),
-                   fit);
+    m_Storage.quadrature.fitDerivatives({itemsOf<const double>(x, n), itemsOf<const double>(y, n), itemsOf<const double>(z, n)},
+                                        itemsOf<const double>(phi, n), fit);
     dx = fit.derivative[0];
     dy = fit.derivative[1];
     dz = fit.derivative[2];
@@ -290,14 +307,16 @@ void CSolInterpolation::GetInterpolation(int dataPoint, double* phi, double& val
     // DELIBERATE interpolation-skips-one: after sorting the entry is 2; it is 1 for a data point that SetDataPoint has put into cell 1.
     if (m_pDataCell[dataPoint] == 1)
         return;
-    value = interpolateAtPoint(listItems(m_ppDataStencil[dataPoint]), m_ppNodeNeighbour, {m_pNodeX, m_pNodeY, m_pNodeZ, m_nNode},
-                               {phi, m_nNode}, {m_pDataX[dataPoint], m_pDataY[dataPoint], m_pDataZ[dataPoint]});
+    value = m_Storage.quadrature.interpolateAtPoint(listItems(m_ppDataStencil[dataPoint]), m_ppNodeNeighbour,
+                                                    {m_pNodeX, m_pNodeY, m_pNodeZ, m_nNode}, {phi, m_nNode},
+                                                    {m_pDataX[dataPoint], m_pDataY[dataPoint], m_pDataZ[dataPoint]});
 }
 
 void CSolInterpolation::GetInterpolationCenter(int dataPoint, double* phi, double& value)
 {
     if (m_pDataCell[dataPoint] == 1)
         return;
-    value = interpolateAtPoint(listItems(m_ppDataStencil[dataPoint]), m_ppNodeCell, {m_pCellX, m_pCellY, m_pCellZ, m_nCell}, {phi, m_nCell},
-                               {m_pDataX[dataPoint], m_pDataY[dataPoint], m_pDataZ[dataPoint]});
+    value = m_Storage.quadrature.interpolateAtPoint(listItems(m_ppDataStencil[dataPoint]), m_ppNodeCell,
+                                                    {m_pCellX, m_pCellY, m_pCellZ, m_nCell}, {phi, m_nCell},
+                                                    {m_pDataX[dataPoint], m_pDataY[dataPoint], m_pDataZ[dataPoint]});
 }

@@ -2,6 +2,7 @@
 
 #include "interpolation/neighbour_sorting.h"
 #include "interpolation/point_search_tree.h"
+#include "interpolation/quadrature.h"
 #include "interpolation/resource_file.h"
 
 #include <memory>
@@ -116,6 +117,7 @@ private:
         tav3d::interpolation::CountedTable dataStencil;
         std::unique_ptr<float*[]> fieldTable;
         tav3d::interpolation::LoadedFields fields;
+        tav3d::interpolation::Quadrature quadrature;
     };
     Storage m_Storage;
 };

@@ -134,8 +134,9 @@ void evaluateShape(ElementNodes& element, const Point& p)
 {
     const std::unique_ptr<CFEM_Elem3D> shapes = makeElement(element.count);
     element.hasElement = shapes != nullptr;
-    if (shapes)
-        shapes->GetShapeFunction(p.x, p.y, p.z, element.x.data(), element.y.data(), element.z.data(), element.shape.data());
+    if (!shapes)
+        return element.shape.fill(0.0);
+    shapes->GetShapeFunction(p.x, p.y, p.z, element.x.data(), element.y.data(), element.z.data(), element.shape.data());
 }
 
 void evaluateFaceShape(ElementNodes& face, const Point& p)
@@ -143,7 +144,7 @@ void evaluateFaceShape(ElementNodes& face, const Point& p)
     const std::unique_ptr<CFEM_Elem2D> shapes = makeFaceElement(face.count);
     face.hasElement = shapes != nullptr;
     if (!shapes)
-        return;
+        return face.shape.fill(0.0);
 
     CTAV3DWarpCoordinateTransformationTemplate<double> frame;
     const double p1[3] = {face.x[0], face.y[0], face.z[0]};

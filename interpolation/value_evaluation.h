@@ -30,18 +30,19 @@ struct NodeAveraging
 double averageAtNode(const NodeAveraging& averaging, int node, const double* cellValues);
 float averageAtNode(const NodeAveraging& averaging, int node, const float* cellValues);
 
-/// Coordinates, values and shape functions of one element's nodes, in element order.
+/// Coordinates, values and shape functions of one element's nodes, in element order. Made for every evaluation, so the arrays are not cleared: entries
+/// from `count` on have no value.
 struct ElementNodes
 {
     static constexpr std::size_t most = 8;
 
     std::size_t count = 0; ///< as the row says; beyond `most` nothing is gathered
-    std::array<double, most> x{};
-    std::array<double, most> y{};
-    std::array<double, most> z{};
-    std::array<double, most> value{};
-    std::array<double, most> shape{}; ///< 0 for a node count that no element has
-    bool hasElement = false;          ///< whether `shape` was computed by an element
+    std::array<double, most> x;
+    std::array<double, most> y;
+    std::array<double, most> z;
+    std::array<double, most> value;
+    std::array<double, most> shape; ///< given by evaluateShape() or evaluateFaceShape(); 0 for a node count that no element has
+    bool hasElement = false;        ///< whether `shape` was computed by an element
 
     /// Sum of shape function times value, from 0.0 in node order. 0.0 without nodes, NaN for any other node count that no element has.
     [[nodiscard]] double sum() const;

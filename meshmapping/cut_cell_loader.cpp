@@ -1,5 +1,6 @@
 #include "cut_cell_loader.h"
 
+#include "facet_kinds.h"
 #include "nodes.h"
 
 #include "KRNIO.h"
@@ -14,10 +15,6 @@ namespace tav3d::meshmapping
 {
 namespace
 {
-
-// Kinds of surface facets that the reader looks at.
-constexpr int partSkin = 0;
-constexpr int insertInterface = 3;
 
 void readNodes(KRNIO_Manipulator& reader, double scale, CutCellMesh& mesh, bool progress)
 {

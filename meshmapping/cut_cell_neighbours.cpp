@@ -1,67 +1,68 @@
-#include "cut_cell_neighbours.h"
+#include "cut_cell_search.h"
 
 #include "TAVOptKer.h"
 
 #include <cmath>
-#include <vector>
+
+// The plain form: what the search does, written down; cut_cell_neighbours_fast.cpp does the same in a fraction of the time.
 
 namespace tav3d::meshmapping
 {
-namespace
-{
 
-/// The voxel nodes of one kind in a cube around a point, with their squared distances from it.
-void collectMatches(const VoxelTarget& voxel, unsigned char part, unsigned char partInsert, double x, double y, double z, double halfWidth,
-                    std::vector<DistantNode>& match)
+double cubeHalfWidth(const VoxelTarget& voxel, int attempt)
 {
-    match.clear();
+    double growth = 1.0; // 1.5^t, exact
+    for (int t = 0; t < attempt; ++t)
+        growth *= 1.5;
+    return static_cast<double>(std::sqrt(voxel.elementLengthSquared)) * growth * 2.0;
+}
+
+/// The voxel nodes of the node's kind in a cube around it, with their squared distances from it.
+void PlainCutCellSearch::collectMatches(int node, double halfWidth)
+{
+    match_.clear();
+    const double x = points_.x[node], y = points_.y[node], z = points_.z[node];
     int total = 0;
     const int* compact =
-        voxel.tree->SearchNearBlockID(x - halfWidth, y - halfWidth, z - halfWidth, x + halfWidth, y + halfWidth, z + halfWidth, total, 0);
+        voxel_.tree->SearchNearBlockID(x - halfWidth, y - halfWidth, z - halfWidth, x + halfWidth, y + halfWidth, z + halfWidth, total, 0);
     for (int k = 0; k < total; ++k)
     {
-        const int node = voxel.nodeOfCompact[compact[k]];
-        if (voxel.kinds.part[node] == part && voxel.kinds.partInsert[node] == partInsert)
-            match.push_back({squaredDistance(voxel.points, node, x, y, z), node});
+        const int found = voxel_.nodeOfCompact[compact[k]];
+        if (voxel_.kinds.part[found] == kinds_.part[node] && voxel_.kinds.partInsert[found] == kinds_.partInsert[node])
+            match_.push_back({squaredDistance(voxel_.points, found, x, y, z), found});
     }
 }
 
-/// Fills one row. Half-widths of the cubes: 2·e·1.5^t for t = 0..9, e the voxel element length in single precision.
-void findNearest(const VoxelTarget& voxel, unsigned char part, unsigned char partInsert, double x, double y, double z,
-                 std::vector<DistantNode>& match, int* row)
+void PlainCutCellSearch::find(int node, int first, int* row)
 {
-    const double elementLength = static_cast<double>(std::sqrt(voxel.elementLengthSquared));
-    double growth = 1.0; // 1.5^t, exact
-    for (int attempt = 0; attempt < 10; ++attempt, growth *= 1.5)
+    if (!voxel_.tree)
+        return;
+    for (int attempt = first; attempt < 10; ++attempt)
     {
-        collectMatches(voxel, part, partInsert, x, y, z, elementLength * growth * 2.0, match);
-        if (match.size() < static_cast<std::size_t>(cutCellNeighbourTotal))
+        collectMatches(node, cubeHalfWidth(voxel_, attempt));
+        if (match_.size() < static_cast<std::size_t>(cutCellNeighbourTotal))
             continue;
         // DELIBERATE cut-cell-first-cube: the nearest ten of this cube. A node just beyond a face of the cube may be nearer than one
         // in its corner, and is not looked for.
-        std::partial_sort(match.begin(), match.begin() + cutCellNeighbourTotal, match.end(), isNearer);
+        std::sort(match_.begin(), match_.end(), isNearer);
         for (int k = 0; k < cutCellNeighbourTotal; ++k)
-            row[k + 1] = match[static_cast<std::size_t>(k)].node;
+            row[k + 1] = match_[static_cast<std::size_t>(k)].node;
         return;
     }
 }
 
-} // namespace
-
-CutCellNeighbours findCutCellNeighbours(const NodePoints& points, const NodeKinds& kinds, const VoxelTarget& voxel, int rowTotal)
+CutCellNeighbours findCutCellNeighboursPlain(const NodePoints& points, const NodeKinds& kinds, const VoxelTarget& voxel, int rowTotal)
 {
     const int nodeTotal = kinds.part.count();
     CutCellNeighbours rows{makeNumbered<int>(nodeTotal), RowTable<int>(rowTotal, cutCellNeighbourTotal + 1)};
-    std::vector<DistantNode> match;
+    PlainCutCellSearch search(points, kinds, voxel);
     int row = 0;
     for (int node = 1; node <= nodeTotal; ++node)
     {
         if (!kinds.onSurface(node))
             continue;
         rows.rowOfNode[node] = ++row;
-        if (voxel.tree)
-            findNearest(voxel, kinds.part[node], kinds.partInsert[node], points.x[node], points.y[node], points.z[node], match,
-                        rows.neighbour[row]);
+        search.find(node, 0, rows.neighbour[row]);
     }
     return rows;
 }

@@ -32,4 +32,8 @@ inline constexpr int cutCellNeighbourTotal = 10;
 [[nodiscard]] CutCellNeighbours findCutCellNeighbours(const NodePoints& points, const NodeKinds& kinds, const VoxelTarget& voxel,
                                                       int rowTotal);
 
+/// The same by the plain form, to compare with.
+[[nodiscard]] CutCellNeighbours findCutCellNeighboursPlain(const NodePoints& points, const NodeKinds& kinds, const VoxelTarget& voxel,
+                                                           int rowTotal);
+
 } // namespace tav3d::meshmapping

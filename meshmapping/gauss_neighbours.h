@@ -47,4 +47,8 @@ inline constexpr int gaussNeighbourCap = 50;
 [[nodiscard]] GaussNeighbours findGaussNeighbours(const NodePoints& points, const NodeKinds& kinds, NumberedSpan<const int> fixed,
                                                   const FacetTables& facets, const GaussKernel& kernel, int rowTotal, int rowLength);
 
+/// The same by the plain form, to compare with.
+[[nodiscard]] GaussNeighbours findGaussNeighboursPlain(const NodePoints& points, const NodeKinds& kinds, NumberedSpan<const int> fixed,
+                                                       const FacetTables& facets, const GaussKernel& kernel, int rowTotal, int rowLength);
+
 } // namespace tav3d::meshmapping

@@ -4,6 +4,7 @@
 
 #include "common/numbered_span.h"
 
+#include <algorithm>
 #include <cassert>
 #include <cstddef>
 #include <memory>
@@ -44,6 +45,7 @@ public:
     /// Rows 0..n (n+1 of them) of `rowLength` entries, zero-filled. A negative n counts as 0.
     RowTable(int n, int rowLength)
         : rowTotal_((n > 0 ? n : 0) + 1)
+        , rowLength_(rowLength)
     {
         rows_ = new T*[static_cast<std::size_t>(rowTotal_)]();
         try
@@ -57,15 +59,36 @@ public:
             throw;
         }
     }
+    /// Room for rows 0..n that are made one by one, by `newRow`. Rows that are never made stay null.
+    [[nodiscard]] static RowTable withoutRows(int n, int rowLength)
+    {
+        RowTable table;
+        table.rowTotal_ = (n > 0 ? n : 0) + 1;
+        table.rowLength_ = rowLength;
+        table.rows_ = new T*[static_cast<std::size_t>(table.rowTotal_)]();
+        return table;
+    }
+
+    /// Makes a row, zero from entry `used` on; the entries before are the caller's to fill. A row is in memory but once when it is made where
+    /// it is filled.
+    T* newRow(int row, int used)
+    {
+        assert(row >= 0 && row < rowTotal_ && !rows_[row] && used <= rowLength_);
+        rows_[row] = new T[static_cast<std::size_t>(rowLength_)];
+        std::fill(rows_[row] + used, rows_[row] + rowLength_, T{});
+        return rows_[row];
+    }
     RowTable(RowTable&& other) noexcept
         : rows_(std::exchange(other.rows_, nullptr))
         , rowTotal_(std::exchange(other.rowTotal_, 0))
+        , rowLength_(other.rowLength_)
     {
     }
     RowTable& operator=(RowTable&& other) noexcept
     {
         std::swap(rows_, other.rows_);
         std::swap(rowTotal_, other.rowTotal_);
+        std::swap(rowLength_, other.rowLength_);
         return *this;
     }
     ~RowTable() { deleteRows(rows_, rowTotal_); }
@@ -87,6 +110,7 @@ public:
 private:
     T** rows_ = nullptr;
     int rowTotal_ = 0;
+    int rowLength_ = 0;
 };
 
 } // namespace tav3d::meshmapping

@@ -3,6 +3,8 @@
 #include "gauss_neighbours.h"
 #include "nodes.h"
 
+#include "common/exact_math.h"
+
 #include <cmath>
 #include <vector>
 
@@ -45,7 +47,7 @@ bool findNearest(CTAVOptKer& tree, const SmoothingPoints& points, int i, double 
     const double x = points.x[i], y = points.y[i], z = points.z[i];
     for (int k = 0; k < 20; ++k)
     {
-        const double r = r0 * std::pow(1.2, k) * 3.0;
+        const double r = r0 * common::powersOfSixFifths[static_cast<std::size_t>(k)] * 3.0;
         int total = 0;
         const int* id = tree.SearchNearBlockID(x - r, y - r, z - r, x + r, y + r, z + r, total, 0);
         if (total < neighbourTotal)
@@ -81,7 +83,7 @@ void fitRow(const std::vector<DistantNode>& near, int i, double lengthSquared, f
         for (const DistantNode& point : near)
         {
             ++t;
-            const float w = static_cast<float>(std::exp(-(point.squaredDistance / h / scale))) * norm;
+            const float w = static_cast<float>(common::exponential(-(point.squaredDistance / h / scale))) * norm;
             rest = rest - w;
             weight[t] = w;
             neighbour[t] = point.node;

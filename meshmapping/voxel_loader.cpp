@@ -1,6 +1,7 @@
 #include "voxel_loader.h"
 
 #include "cut_cell_loader.h"
+#include "facet_kinds.h"
 #include "nodes.h"
 
 #include "KRNIO.h"
@@ -17,12 +18,6 @@ namespace
 
 constexpr int facetRowLength = 5;      // corner count and corners
 constexpr int nodeFacetRowLength = 10; // facet count and up to nine facets
-
-// Kinds of surface facets.
-constexpr int partSkin = 0;
-constexpr int gate = 1;
-constexpr int insertInterface = 3;
-constexpr int vent = 4;
 
 /// The nodes that the neighbour searches can find: numbered compactly and put into the tree.
 class FindableNodes

@@ -163,6 +163,8 @@ CgnsOutput::CgnsOutput(const std::filesystem::path& path)
 {
     file_.pubsetbuf(nullptr, 0); // HDF5 gathers small pieces itself
     failed_ = file_.open(path, std::ios::in | std::ios::out | std::ios::trunc | std::ios::binary) == nullptr;
+    if (!failed_)
+        writeBack_.emplace(path);
 }
 
 unsigned long CgnsOutput::features() const noexcept
@@ -173,6 +175,7 @@ unsigned long CgnsOutput::features() const noexcept
 
 bool CgnsOutput::finish()
 {
+    writeBack_.reset();
     if (file_.is_open() && file_.close() == nullptr)
         failed_ = true;
     if (!failed_ && size_ != finalSize_)
@@ -204,7 +207,10 @@ bool CgnsOutput::write(std::uint64_t address, std::size_t size, const char* data
         file_.sputn(data, static_cast<std::streamsize>(size)) != static_cast<std::streamsize>(size))
         failed_ = true;
     else
+    {
         size_ = std::max(size_, address + size);
+        writeBack_->written(address, size);
+    }
     return true;
 }
 

@@ -2,10 +2,13 @@
 
 // The files below a CgnsReader and a CgnsWriter, as HDF5 sees them: a driver of our own in the place of HDF5's.
 
+#include "write_back.h"
+
 #include <hdf5.h>
 
 #include <filesystem>
 #include <fstream>
+#include <optional>
 
 namespace tav3d::opensuite
 {
@@ -72,6 +75,7 @@ public:
 
 private:
     std::filesystem::path path_;
+    std::optional<EarlyWriteBack> writeBack_;
     bool failed_ = false;
     std::uint64_t finalSize_ = 0; // as HDF5 has recorded it in the file
 };

@@ -11,6 +11,8 @@
 #include <fstream>
 #include <limits>
 #include <optional>
+#include <string_view>
+#include <vector>
 
 namespace tav3d::opensuite
 {
@@ -220,34 +222,45 @@ public:
         if (!id_)
             throw FileError(FileFailure::BadContent, file, "", "the HDF5 structure is damaged");
         H5O_info_t object;
-        const Group root(H5Gopen2(id_.get(), "/", H5P_DEFAULT));
-        if (!root || !describe(root.get(), ".", object))
+        root_ = Group(H5Gopen2(id_.get(), "/", H5P_DEFAULT));
+        if (!root_ || !describe(root_.get(), ".", object))
             fail("/", "the node is damaged");
-        if (textAttribute(root.get(), "label", nameSize) != "Root Node of HDF5 File")
+        if (textAttribute(root_.get(), "label", nameSize) != "Root Node of HDF5 File")
             throw FileError(FileFailure::WrongKind, file, "", "is an HDF5 file, but not laid out as CGNS");
     }
 
-    /// The group at `path`, reached over plain links alone; none when there is no such group.
-    Group find(const std::string& path) const
+    /// The group at `path`, reached over plain links alone; negative when there is no such group. It stays open for the next that lies below it, until
+    /// one that does not is asked for.
+    hid_t find(const std::string& path)
     {
-        Group group(H5Gopen2(id_.get(), "/", H5P_DEFAULT));
         std::size_t at = 1;
-        while (group && at < path.size())
+        std::size_t level = 0;
+        for (; at < path.size(); ++level)
         {
             const std::size_t slash = std::min(path.find('/', at), path.size());
-            bool damaged = false;
-            group = openChild<Group, H5Gopen2>(group.get(), path.substr(at, slash - at).c_str(), H5O_TYPE_GROUP, damaged);
-            if (damaged)
-                fail(path.substr(0, slash), "the node is damaged");
+            const std::string_view name = std::string_view(path).substr(at, slash - at);
+            if (level == below_.size() || below_[level].name != name)
+            {
+                while (below_.size() > level)
+                    below_.pop_back(); // a group before those above it
+                Level next{std::string(name), {}};
+                bool damaged = false;
+                next.group = openChild<Group, H5Gopen2>(groupAt(level), next.name.c_str(), H5O_TYPE_GROUP, damaged);
+                if (damaged)
+                    fail(path.substr(0, slash), "the node is damaged");
+                if (!next.group)
+                    return -1;
+                below_.push_back(std::move(next));
+            }
             at = slash + 1;
         }
-        return group;
+        return groupAt(level);
     }
 
-    Group get(const std::string& path) const
+    hid_t get(const std::string& path)
     {
-        Group group = find(path);
-        if (!group)
+        const hid_t group = find(path);
+        if (group < 0)
             fail(path, "the node is missing");
         return group;
     }
@@ -262,7 +275,8 @@ public:
         return dataset;
     }
 
-    CgnsNodeInfo info(hid_t group, const std::string& path) const
+    /// `data`, when asked for, gets the node's dataset.
+    CgnsNodeInfo info(hid_t group, const std::string& path, Dataset* data = nullptr) const
     {
         CgnsNodeInfo result;
         const auto label = textAttribute(group, "label", nameSize);
@@ -276,8 +290,10 @@ public:
         result.type = static_cast<CgnsType>(known - std::begin(typeNames));
         if (result.type == CgnsType::Empty || result.type == CgnsType::Link)
             return result;
-        const Dataset dataset = openDataset(group, " data", path);
+        Dataset dataset = openDataset(group, " data", path);
         checkDataset(dataset.get(), path, result);
+        if (data != nullptr)
+            *data = std::move(dataset);
         return result;
     }
 
@@ -316,15 +332,15 @@ public:
             fail(path, "the data do not lie within the file");
     }
 
-    CgnsArray open(CgnsType type, const std::string& path, std::int64_t least, std::int64_t most) const
+    CgnsArray open(CgnsType type, const std::string& path, std::int64_t least, std::int64_t most)
     {
         const ReadQuietly quiet;
-        const Group group = get(path);
+        const hid_t group = get(path);
         CgnsArray array;
         array.impl_ = std::make_unique<CgnsArray::Impl>();
         array.impl_->file = file_;
         array.impl_->path = path;
-        array.impl_->info = info(group.get(), path);
+        array.impl_->info = info(group, path, &array.impl_->dataset);
         const CgnsNodeInfo& found = array.impl_->info;
         if (found.type != type)
             fail(path, std::string("the node is of type ") + typeNames[static_cast<int>(found.type)] + ", not " +
@@ -332,7 +348,6 @@ public:
         if (found.count < least || found.count > most)
             fail(path, "the node has " + std::to_string(found.count) + " elements, expected " + std::to_string(least) +
                            (least == most ? "" : " to " + std::to_string(most)));
-        array.impl_->dataset = openDataset(group.get(), " data", path);
         array.impl_->dims.assign(found.dims.rbegin(), found.dims.rend());
         return array;
     }
@@ -360,10 +375,20 @@ public:
     const std::string& file() const noexcept { return file_; }
 
 private:
+    struct Level
+    {
+        std::string name;
+        Group group;
+    };
+
+    hid_t groupAt(std::size_t level) const { return level == 0 ? root_.get() : below_[level - 1].group.get(); }
+
     std::string file_;
     std::unique_ptr<CgnsInput> input_; // outlives id_
     std::uint64_t size_ = 0;
     File id_;
+    Group root_;
+    std::vector<Level> below_; // the way to the group found last
 };
 
 CgnsReader::CgnsReader(const std::string& file)
@@ -388,22 +413,22 @@ const std::string& CgnsReader::file() const noexcept
 bool CgnsReader::has(const std::string& path) const
 {
     const ReadQuietly quiet;
-    return static_cast<bool>(impl_->find(path));
+    return impl_->find(path) >= 0;
 }
 
 CgnsNodeInfo CgnsReader::info(const std::string& path) const
 {
     const ReadQuietly quiet;
-    return impl_->info(impl_->get(path).get(), path);
+    return impl_->info(impl_->get(path), path);
 }
 
 std::vector<std::string> CgnsReader::children(const std::string& path) const
 {
     const ReadQuietly quiet;
-    const Group group = impl_->get(path);
+    const hid_t group = impl_->get(path);
     NameList list;
     hsize_t position = 0;
-    if (H5Literate(group.get(), H5_INDEX_CRT_ORDER, H5_ITER_INC, &position, collectName, &list) < 0 || !list.complete)
+    if (H5Literate(group, H5_INDEX_CRT_ORDER, H5_ITER_INC, &position, collectName, &list) < 0 || !list.complete)
         fail(path, "the nodes below cannot be listed");
     return std::move(list.names);
 }
@@ -419,10 +444,10 @@ std::string CgnsReader::readText(const std::string& path, std::int64_t most) con
 CgnsLinkTarget CgnsReader::readLink(const std::string& path) const
 {
     const ReadQuietly quiet;
-    const Group group = impl_->get(path);
-    if (impl_->info(group.get(), path).type != CgnsType::Link)
+    const hid_t group = impl_->get(path);
+    if (impl_->info(group, path).type != CgnsType::Link)
         fail(path, "the node is not a link");
-    return {impl_->text(group.get(), " file", path), impl_->text(group.get(), " path", path)};
+    return {impl_->text(group, " file", path), impl_->text(group, " path", path)};
 }
 
 void CgnsReader::fail(const std::string& item, const std::string& reason) const

@@ -25,15 +25,6 @@ using namespace hdf5;
 constexpr const char* dataName = " data";
 constexpr float cgnsVersion = 3.4f; // the first whose mixed sections carry ElementStartOffset
 
-struct PendingArray
-{
-    Dataset dataset;
-    CgnsType type{};
-    std::vector<hsize_t> dims; // as in the file: slowest first
-    hsize_t rowSize = 1;
-    hsize_t written = 0; // rows
-};
-
 Properties properties(hid_t kind)
 {
     Properties list(H5Pcreate(kind));
@@ -193,6 +184,15 @@ public:
     }
 
 private:
+    struct PendingArray
+    {
+        Dataset dataset;
+        CgnsType type{};
+        std::vector<hsize_t> dims; // as in the file: slowest first
+        hsize_t rowSize = 1;
+        hsize_t written = 0; // rows
+    };
+
     void createFile()
     {
         const Properties creation = groupProperties(H5P_FILE_CREATE);

@@ -1,15 +1,21 @@
 #include "TAVFEM_ElemLib.h"
 
+#include "common/compiler.h"
+#include "common/processor.h"
+#include "fast_shapes.h"
 #include "inverse_mapping.h"
 #include "shape_functions.h"
+
+#include <new>
 
 namespace
 {
 
 using namespace tav3d::opensuite;
 
-// Every evaluation asks in this order (docs/elements.md): at a node, that node; where the element's map has an inverse, the shape functions;
-// elsewhere the weights of least norm, which reproduce linear fields as far as the nodes can.
+// The fast functions answer for points in ordinary elements. For all others an evaluation asks in this order (docs/elements.md): at a node, that
+// node; where the element's map has an inverse, the shape functions; elsewhere the weights of least norm, which reproduce linear fields as far as
+// the nodes can.
 
 template <std::size_t n>
 bool shape(const double (&x)[3], const Nodes<n>& node, std::span<double, n> N)
@@ -73,28 +79,65 @@ void onlyNode(std::size_t at, std::span<double> N)
 }
 
 template <std::size_t n>
+void evaluateCarefully(double x, double y, double z, const double* X, const double* Y, const double* Z, double* N)
+{
+    for (std::size_t i = 0; i < n; ++i)
+        if (x == X[i] && y == Y[i] && z == Z[i])
+            return onlyNode(i, {N, n});
+    const double point[3] = {x, y, z};
+    const Nodes<n> node{std::span<const double, n>(X, n), std::span<const double, n>(Y, n), std::span<const double, n>(Z, n)};
+    if (!shape<n>(point, node, std::span<double, n>(N, n)))
+        leastNormWeights(point, node.X, node.Y, node.Z, {N, n});
+}
+
+/// The fast function of the element with n nodes; the pyramid has none.
+template <std::size_t n>
+FastShape fastShape()
+{
+    const FastShapes& shapes = fastShapes();
+    return n == 4 ? shapes.tetra : n == 6 ? shapes.prism : n == 8 ? shapes.hexa : nullptr;
+}
+
+// Elements have no state of their own, and hosts make and delete one for each evaluation. So there is one object of each class; the factories hand it
+// out, and to delete it leaves it where it is.
+
+template <std::size_t n>
 class Element3D final : public CFEM_Elem3D
 {
 public:
+    static Element3D* only()
+    {
+        static Element3D* const element = new Element3D;
+        return element;
+    }
+    static void operator delete(Element3D*, std::destroying_delete_t) {}
+
     int GetNNode() const override { return n; }
     int GetDimension() const override { return 3; }
 
     void GetShapeFunction(double x, double y, double z, const double* X, const double* Y, const double* Z, double* N) const override
     {
-        for (std::size_t i = 0; i < n; ++i)
-            if (x == X[i] && y == Y[i] && z == Z[i])
-                return onlyNode(i, {N, n});
-        const double point[3] = {x, y, z};
-        const Nodes<n> node{std::span<const double, n>(X, n), std::span<const double, n>(Y, n), std::span<const double, n>(Z, n)};
-        if (!shape<n>(point, node, std::span<double, n>(N, n)))
-            leastNormWeights(point, node.X, node.Y, node.Z, {N, n});
+        if constexpr (n != 5)
+            if (fast_(x, y, z, X, Y, Z, N))
+                return;
+        evaluateCarefully<n>(x, y, z, X, Y, Z, N);
     }
+
+private:
+    FastShape fast_ = fastShape<n>();
 };
 
 template <std::size_t n>
 class Element2D final : public CFEM_Elem2D
 {
 public:
+    static Element2D* only()
+    {
+        static Element2D* const element = new Element2D;
+        return element;
+    }
+    static void operator delete(Element2D*, std::destroying_delete_t) {}
+
     int GetNNode() const override { return n; }
     int GetDimension() const override { return 2; }
 
@@ -115,32 +158,41 @@ public:
 
 } // namespace
 
+const FastShapes& tav3d::opensuite::fastShapes() noexcept
+{
+#if defined(TAV3D_X86_64)
+    return tav3d::common::canRun(tav3d::common::LaneSet::avx2) ? avx2::fastShapes : sse2::fastShapes;
+#else
+    return plain_lanes::fastShapes;
+#endif
+}
+
 CFEM_Elem3D* CFEM_Elem3D_Factory::Make_TETRA4() const
 {
-    return new Element3D<4>;
+    return Element3D<4>::only();
 }
 
 CFEM_Elem3D* CFEM_Elem3D_Factory::Make_PYRAMID5() const
 {
-    return new Element3D<5>;
+    return Element3D<5>::only();
 }
 
 CFEM_Elem3D* CFEM_Elem3D_Factory::Make_PRISM6() const
 {
-    return new Element3D<6>;
+    return Element3D<6>::only();
 }
 
 CFEM_Elem3D* CFEM_Elem3D_Factory::Make_HEXA8() const
 {
-    return new Element3D<8>;
+    return Element3D<8>::only();
 }
 
 CFEM_Elem2D* CFEM_Elem2D_Factory::Make_TRI3() const
 {
-    return new Element2D<3>;
+    return Element2D<3>::only();
 }
 
 CFEM_Elem2D* CFEM_Elem2D_Factory::Make_QUAD4() const
 {
-    return new Element2D<4>;
+    return Element2D<4>::only();
 }

@@ -14,12 +14,12 @@ namespace
 {
 
 /// A determinant below this part of the product of its vectors' lengths is rounding: the element is flat.
-constexpr double flatness = 1e-13;
+constexpr double determinantFlatness = 1e-13;
 
 /// `lengths2`: product of the squared lengths. A comparison with NaN is false, so a NaN is flat.
 bool isFlat(double det, double lengths2)
 {
-    return !(det * det > flatness * flatness * lengths2);
+    return !(det * det > determinantFlatness * determinantFlatness * lengths2);
 }
 
 double cross(const double (&a)[2], const double (&b)[2])

@@ -8,15 +8,25 @@ namespace tav3d::opensuite
 namespace
 {
 
+/// All cells of a section, in arrays that are made as long as they will be.
 CellList readCells(CellStream& stream, std::int64_t count)
 {
     CellList cells;
-    cells.kind.reserve(static_cast<std::size_t>(count));
-    cells.body.reserve(static_cast<std::size_t>(count));
-    cells.start.reserve(static_cast<std::size_t>(count) + 1);
+    cells.kind.resize(static_cast<std::size_t>(count));
+    cells.body.resize(static_cast<std::size_t>(count));
+    cells.start.resize(static_cast<std::size_t>(count) + 1);
+    cells.node.resize(static_cast<std::size_t>(stream.nodeTotal()) + maxCellNodes); // room for what is copied too much
+    std::int32_t* node = cells.node.data();
     CellEntry cell;
-    while (stream.next(cell))
-        cells.add(cell.kind, cell.node, cell.body);
+    for (std::size_t c = 0; stream.next(cell); ++c)
+    {
+        cells.kind[c] = cell.kind;
+        cells.body[c] = cell.body;
+        std::copy_n(cell.node, maxCellNodes, node);
+        node += cell.nodes;
+        cells.start[c + 1] = node - cells.node.data();
+    }
+    cells.node.resize(static_cast<std::size_t>(stream.nodeTotal()));
     return cells;
 }
 
@@ -27,13 +37,13 @@ MeshZone readZone(const CgnsReader& reader, ZoneId id, double scaleFactor)
 
     MeshZone zone;
     for (auto* axis : {&zone.x, &zone.y, &zone.z})
-        axis->reserve(static_cast<std::size_t>(counts.nodes));
+        axis->resize(static_cast<std::size_t>(counts.nodes));
     float c[3];
-    while (stream.nodes.next(c))
+    for (std::size_t n = 0; stream.nodes.next(c); ++n)
     {
-        zone.x.push_back(c[0]);
-        zone.y.push_back(c[1]);
-        zone.z.push_back(c[2]);
+        zone.x[n] = c[0];
+        zone.y[n] = c[1];
+        zone.z[n] = c[2];
     }
     zone.plastic = readCells(stream.plastic, counts.plastic);
     zone.moldBase = readCells(stream.moldBase, counts.moldBase);

@@ -26,6 +26,20 @@ std::int64_t sectionCount(const CgnsReader& reader, const std::string& section, 
     return count;
 }
 
+/// Nodes, cells and a third number of a zone.
+std::vector<std::int32_t> sizeOfZone(const CgnsReader& reader, const std::string& zone)
+{
+    if (!reader.has(zone))
+        reader.fail(zone, "the file has no such mesh");
+    const CgnsNodeInfo info = reader.info(zone);
+    if (info.label != "Zone_t" || info.dims != CgnsDims{1, 3})
+        reader.fail(zone, "is not a zone of an unstructured mesh");
+    std::vector<std::int32_t> size = reader.read<std::int32_t>(zone, 3, 3);
+    if (size[0] < 1)
+        reader.fail(zone, "the node count is not positive");
+    return size;
+}
+
 std::int64_t listLength(const CgnsReader& reader, const std::string& path)
 {
     return reader.has(path) ? static_cast<std::int64_t>(reader.children(path).size()) : 0;
@@ -55,49 +69,11 @@ void NodeStream::failAt(int axis) const
     reader_->fail(path_ + "/Coordinate" + "XYZ"[axis], "node " + std::to_string(node) + ": the coordinate is not finite");
 }
 
-CellStream::CellStream(const CgnsReader& reader, const std::string& section, std::int64_t cells, std::int64_t nodes)
-    : reader_(&reader)
-    , path_(section)
-    , nodes_(static_cast<std::uint32_t>(nodes))
-{
-    if (cells == 0)
-        return;
-    // A cell is its type and 4 to 8 nodes.
-    connectivity_ = ArrayStream<std::int32_t>(reader.open<std::int32_t>(section + "/ElementConnectivity", 5 * cells, 9 * cells));
-    body_ = ArrayStream<std::int32_t>(reader.open<std::int32_t>(section + "/CellData/Body", cells, cells));
-    CgnsArray offsets = reader.open<std::int32_t>(section + "/ElementStartOffset", cells + 1, cells + 1);
-    std::int32_t end = 0;
-    offsets.read(cells, std::span<std::int32_t>(&end, 1));
-    if (end != connectivity_.count())
-        reader.fail(section + "/ElementStartOffset", "does not end where the table of nodes ends");
-    offset_ = ArrayStream<std::int32_t>(std::move(offsets));
-}
-
-void CellStream::rewind() noexcept
-{
-    offset_.rewind();
-    connectivity_.rewind();
-    body_.rewind();
-}
-
-void CellStream::fail(const char* reason) const
-{
-    reader_->fail(path_, "cell " + std::to_string(body_.count() - body_.left()) + ": " + reason);
-}
-
 MeshZoneStream::MeshZoneStream(const CgnsReader& reader, ZoneId zone, double scaleFactor)
     : reader_(&reader)
     , path_(zonePath(zone))
 {
-    if (!reader.has(path_))
-        reader.fail(path_, "the file has no such mesh");
-    const CgnsNodeInfo info = reader.info(path_);
-    if (info.label != "Zone_t" || info.dims != CgnsDims{1, 3})
-        reader.fail(path_, "is not a zone of an unstructured mesh");
-    const auto size = reader.read<std::int32_t>(path_, 3, 3);
-    if (size[0] < 1)
-        reader.fail(path_, "the node count is not positive");
-
+    const auto size = sizeOfZone(reader, path_);
     std::int64_t last = 0;
     counts_.present = true;
     counts_.nodes = size[0];
@@ -246,6 +222,16 @@ MeshZoneSummary MeshZoneStream::checkAll()
     (void)partInsertInterfaces();
     rewind();
     return summary;
+}
+
+CellStream plasticCells(const CgnsReader& reader, ZoneId zone, std::int64_t& nodes)
+{
+    const std::string path = zonePath(zone);
+    nodes = sizeOfZone(reader, path)[0];
+    const std::string section = childPath(path, mesh_layout::plastic);
+    std::int64_t last = 0;
+    const std::int64_t cells = sectionCount(reader, section, mixed, last);
+    return {reader, section, cells, nodes};
 }
 
 std::string zonePath(ZoneId zone)

@@ -2,6 +2,7 @@
 
 // The blocks of a mesh file as streams of checked entries, in memory that does not grow with the file.
 
+#include "cell_stream.h"
 #include "cgns_reader.h"
 #include "mesh_file_layout.h"
 #include "mesh_file_reader.h"
@@ -21,6 +22,7 @@ public:
     ArrayStream() = default;
     explicit ArrayStream(CgnsArray array)
         : array_(std::move(array))
+        , count_(array_.count())
     {
     }
     ArrayStream(ArrayStream&&) noexcept = default; // a vector keeps its elements where they are when it is moved
@@ -34,8 +36,8 @@ public:
         return std::exchange(next_, next_ + n);
     }
 
-    [[nodiscard]] std::int64_t count() const noexcept { return array_.count(); }
-    [[nodiscard]] std::int64_t left() const noexcept { return array_.count() - fetched_ + (end_ - next_); }
+    [[nodiscard]] std::int64_t count() const noexcept { return count_; }
+    [[nodiscard]] std::int64_t left() const noexcept { return count_ - fetched_ + (end_ - next_); }
 
     void rewind() noexcept
     {
@@ -50,7 +52,7 @@ private:
     {
         fetched_ -= end_ - next_;
         next_ = end_ = nullptr;
-        const std::int64_t size = std::min(chunkSize, array_.count() - fetched_);
+        const std::int64_t size = std::min(chunkSize, count_ - fetched_);
         if (size < static_cast<std::int64_t>(n))
             return false;
         chunk_.resize(static_cast<std::size_t>(size));
@@ -62,18 +64,11 @@ private:
     }
 
     CgnsArray array_;
+    std::int64_t count_ = 0;
     std::vector<T> chunk_;
     const T* next_ = nullptr; // not yet taken: [next_, end_) of the chunk, and after it the file's elements from fetched_ on
     const T* end_ = nullptr;
     std::int64_t fetched_ = 0;
-};
-
-struct CellEntry
-{
-    CellKind kind{};
-    int nodes = 0;
-    const std::int32_t* node = nullptr; // valid until the next entry is read
-    std::int32_t body = 0;
 };
 
 struct SurfaceEntry
@@ -113,51 +108,6 @@ private:
     std::string path_;
     double scaleFactor_ = 1.0;
     ArrayStream<float> axis_[3];
-};
-
-/// The cells of a section. A default one is empty.
-class CellStream
-{
-public:
-    CellStream() = default;
-    CellStream(const CgnsReader& reader, const std::string& section, std::int64_t cells, std::int64_t nodes);
-
-    /// The next cell; false at the end. Throws FileError for an unknown kind, a node number out of range, or tables that do not fit each other.
-    bool next(CellEntry& entry)
-    {
-        const std::int32_t* offset = offset_.take(1);
-        const std::int32_t* body = body_.take(1);
-        if (offset == nullptr || body == nullptr)
-            return false;
-        const std::int64_t at = connectivity_.count() - connectivity_.left();
-        const std::int32_t* type = connectivity_.take(1);
-        if (*offset != at || type == nullptr || !mesh_layout::cellKindOf(*type, entry.kind))
-            fail(*offset != at ? "its start offset is wrong" : "its kind is unknown");
-        entry.nodes = nodeCount(entry.kind);
-        entry.node = connectivity_.take(static_cast<std::size_t>(entry.nodes));
-        if (entry.node == nullptr)
-            fail("the table of nodes ends within it");
-        bool good = true;
-        for (int k = 0; k < entry.nodes; ++k)
-            good &= static_cast<std::uint32_t>(entry.node[k]) - 1u < nodes_;
-        if (!good)
-            fail("a node number is out of range");
-        entry.body = *body;
-        if (body_.left() == 0 && connectivity_.left() != 0)
-            fail("the table of nodes goes on after it, the last");
-        return true;
-    }
-    void rewind() noexcept;
-
-private:
-    [[noreturn]] void fail(const char* reason) const;
-
-    const CgnsReader* reader_ = nullptr;
-    std::string path_;
-    std::uint32_t nodes_ = 0;
-    ArrayStream<std::int32_t> offset_;
-    ArrayStream<std::int32_t> connectivity_;
-    ArrayStream<std::int32_t> body_;
 };
 
 /// The facets of a section: four corners each, and some numbers beside them. A default one is empty.
@@ -252,6 +202,9 @@ private:
     FacetStream<5> surface_;
     FacetStream<2> partInsert_;
 };
+
+/// The plastic elements of a mesh alone, and its node count. Throws FileError, also when the file has no such mesh.
+[[nodiscard]] CellStream plasticCells(const CgnsReader& reader, ZoneId zone, std::int64_t& nodes);
 
 /// The zone node's path.
 [[nodiscard]] std::string zonePath(ZoneId zone);

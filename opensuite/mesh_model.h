@@ -18,11 +18,12 @@ enum class CellKind : std::uint8_t
     Hexa8,
 };
 
-/// Number of nodes of a cell.
+/// Number of nodes of a cell, by its kind.
+inline constexpr int nodeCounts[] = {4, 5, 6, 8};
+
 constexpr int nodeCount(CellKind kind) noexcept
 {
-    constexpr int counts[] = {4, 5, 6, 8};
-    return counts[static_cast<int>(kind)];
+    return nodeCounts[static_cast<int>(kind)];
 }
 
 /// Body numbers of cells.

@@ -16,18 +16,8 @@ using layout::Storage;
 namespace
 {
 
-constexpr std::int64_t maxCount = std::numeric_limits<std::int32_t>::max() - 1; // n+1 entries stay countable
+constexpr std::int64_t maxEntries = std::numeric_limits<std::int32_t>::max() - 1; // n+1 entries stay countable
 constexpr std::int64_t maxText = std::int64_t{1} << 30;
-
-std::string itemText(int item)
-{
-    return "item " + std::to_string(item);
-}
-
-std::string typeText(int type)
-{
-    return "result type " + std::to_string(type);
-}
 
 } // namespace
 
@@ -64,13 +54,13 @@ void OpenResultFile::readHead(const std::string& parent)
         d.m_strMeshFile = meshPathFromStored(file_->readText(path(layout::meshFile), 1 << 16), name_);
     d.m_dFillingTime = file_->readValue<double>(path(layout::fillingTime));
     if (file_->has(path(layout::outputTimes)))
-        d.m_OutputTime = file_->read<double>(path(layout::outputTimes), 1, maxCount);
+        d.m_OutputTime = file_->read<double>(path(layout::outputTimes), 1, maxEntries);
     d.m_iMultipleTimeStepMode = file_->readValue<std::int32_t>(path(layout::timeStepMode));
     d.m_bHasVentingResult = file_->readValue<std::int32_t>(path(layout::venting)) != 0;
     if (file_->has(path(layout::cooling)))
     {
         const std::string cooling = path(layout::cooling);
-        const std::vector<double> values = file_->read<double>(childPath(cooling, layout::values), 1, maxCount);
+        const std::vector<double> values = file_->read<double>(childPath(cooling, layout::values), 1, maxEntries);
         const std::vector<std::string> names = readLines(childPath(cooling, layout::names), values.size());
         for (std::size_t k = 0; k < values.size(); ++k)
             d.m_CoolInfo.emplace_back(names[k], values[k]);
@@ -78,8 +68,8 @@ void OpenResultFile::readHead(const std::string& parent)
 
     const std::vector<std::int64_t> counts = file_->read<std::int64_t>(path(layout::nodeCounts), 3, 3);
     const std::vector<std::int32_t> zone = file_->read<std::int32_t>(zone_, 3, 3);
-    if (counts[0] < 0 || counts[0] > maxCount || counts[1] < 0 || counts[1] > maxCount)
-        file_->fail(layout::nodeCounts, "a node count is not in 0 .. " + std::to_string(maxCount));
+    if (counts[0] < 0 || counts[0] > maxEntries || counts[1] < 0 || counts[1] > maxEntries)
+        file_->fail(layout::nodeCounts, "a node count is not in 0 .. " + std::to_string(maxEntries));
     d.m_nVoxelNode = static_cast<int>(counts[0]);
     d.m_nCutCellNode = static_cast<int>(counts[1]);
     nodeTotal_ = d.m_bOnCutCellMesh ? d.m_nCutCellNode : d.m_nVoxelNode;
@@ -96,13 +86,13 @@ void OpenResultFile::readTypes(const std::string& parent)
     const std::string table = childPath(parent, layout::types);
     if (!file_->has(table))
         return;
-    const auto number = file_->read<std::int32_t>(childPath(table, layout::number), 1, maxCount);
+    const auto number = file_->read<std::int32_t>(childPath(table, layout::number), 1, maxEntries);
     const auto rows = static_cast<std::int64_t>(number.size());
     const auto dimension = file_->read<std::int32_t>(childPath(table, layout::dimension), rows, rows);
     const auto usesIDMap = file_->read<std::int32_t>(childPath(table, layout::usesIDMap), rows, rows);
     for (std::size_t k = 0; k < number.size(); ++k)
     {
-        const std::string item = typeText(number[k]);
+        const std::string item = layout::typeText(number[k]);
         CBinaryResultType type;
         type.m_nDimension = dimension[k];
         type.m_bUseIDMap = usesIDMap[k] != 0;
@@ -133,7 +123,7 @@ void OpenResultFile::readItems(const std::string& parent)
     const std::string table = childPath(parent, layout::items);
     if (!file_->has(table))
         return;
-    const auto number = file_->read<std::int32_t>(childPath(table, layout::number), 1, maxCount);
+    const auto number = file_->read<std::int32_t>(childPath(table, layout::number), 1, maxEntries);
     const auto rows = static_cast<std::int64_t>(number.size());
     const auto column = [&](const char* name) { return file_->read<std::int32_t>(childPath(table, name), rows, rows); };
     const auto type = column(layout::resultType);
@@ -147,7 +137,7 @@ void OpenResultFile::readItems(const std::string& parent)
     {
         const CBinaryResultItem row{number[k], type[k], max[k], min[k], names[k], units[k]};
         if (hasItem(row.m_iResultItemID))
-            file_->fail(itemText(row.m_iResultItemID), "stands twice in the item table");
+            file_->fail(layout::itemText(row.m_iResultItemID), "stands twice in the item table");
         items_.emplace(row.m_iResultItemID, openItem(row, storage[k], arrays[k]));
         description_.m_ResultItem.push_back(row);
     }
@@ -156,10 +146,10 @@ void OpenResultFile::readItems(const std::string& parent)
 /// Finds the array of an item where the table says it stands, and holds its length against the tables.
 OpenResultFile::Item OpenResultFile::openItem(const CBinaryResultItem& row, int storage, const std::string& arrayName) const
 {
-    const std::string text = itemText(row.m_iResultItemID);
+    const std::string text = layout::itemText(row.m_iResultItemID);
     const auto type = description_.m_ResultType.find(row.m_iResultType);
     if (type == description_.m_ResultType.end())
-        file_->fail(text, typeText(row.m_iResultType) + " has no dimension");
+        file_->fail(text, layout::typeText(row.m_iResultType) + " has no dimension");
     const auto [dimension, usesIDMap] = std::pair(type->second.m_nDimension, type->second.m_bUseIDMap);
     if (arrayName.empty() || arrayName.find('/') != std::string::npos)
         file_->fail(text, "impossible name of its array");
@@ -173,20 +163,20 @@ OpenResultFile::Item OpenResultFile::openItem(const CBinaryResultItem& row, int 
     {
     case Storage::None:
         if (!usesIDMap || dimension != 0)
-            file_->fail(text, "has no values, but " + typeText(row.m_iResultType) + " has " + std::to_string(dimension));
+            file_->fail(text, "has no values, but " + layout::typeText(row.m_iResultType) + " has " + std::to_string(dimension));
         return item;
     case Storage::NodeField:
         if (usesIDMap)
-            file_->fail(text, "stands at all nodes, but " + typeText(row.m_iResultType) + " has an ID map");
+            file_->fail(text, "stands at all nodes, but " + layout::typeText(row.m_iResultType) + " has an ID map");
         open(layout::solution, nodeTotal_, nodeTotal_);
         return item;
     case Storage::IDMap:
         if (!usesIDMap || dimension == 0)
-            file_->fail(text, "stands beside an ID map that " + typeText(row.m_iResultType) + " has not");
+            file_->fail(text, "stands beside an ID map that " + layout::typeText(row.m_iResultType) + " has not");
         open(layout::mapGroup(row.m_iResultType), dimension, dimension);
         return item;
     case Storage::OtherLayout:
-        open(layout::otherLayout, 1, maxCount);
+        open(layout::otherLayout, 1, maxEntries);
         return item;
     }
     file_->fail(text, "unknown storage " + std::to_string(storage));
@@ -215,7 +205,7 @@ const OpenResultFile::Item& OpenResultFile::find(int number) const
 {
     const auto item = items_.find(number);
     if (item == items_.end())
-        throw FileError(FileFailure::BadContent, name_, itemText(number), "the file has no such item");
+        throw FileError(FileFailure::BadContent, name_, layout::itemText(number), "the file has no such item");
     return item->second;
 }
 
@@ -241,44 +231,55 @@ float* OpenResultFile::createFullResult(int number, int resultType, int& nNode)
 {
     const Item& item = find(number);
     if (item.type != resultType)
-        throw FileError(FileFailure::BadContent, name_, itemText(number),
+        throw FileError(FileFailure::BadContent, name_, layout::itemText(number),
                         "is of result type " + std::to_string(item.type) + ", not " + std::to_string(resultType));
     const bool whole = item.storage == Storage::NodeField || item.storage == Storage::OtherLayout;
     const int n = whole ? static_cast<int>(item.array.count()) : nodeTotal_;
 
-    // Zeroed by the system page by page where they are touched: the node count behind a small ID map is backed by nothing in the file.
-    FullResult full;
-    full.values.reset(static_cast<float*>(std::calloc(static_cast<std::size_t>(n) + 1, sizeof(float))));
-    full.count = n;
-    if (!full.values)
-        throw std::bad_alloc();
-    float* const values = full.values.get();
+    full_.count = 0;
+    if (n > full_.used)
+        makeRoom(n);
+    else if (!whole)
+        std::fill_n(full_.values.get() + 1, n, 0.0f);
+    float* const values = full_.values.get();
+    values[0] = 0.0f; // which the caller may have changed
     if (whole)
+    {
         item.array.read(0, std::span<float>(values + 1, static_cast<std::size_t>(n)));
+        full_.used = std::max(full_.used, n);
+    }
     else if (item.storage == Storage::IDMap)
     {
         const std::vector<int>& id = description_.m_ResultType.at(item.type).m_MappingID;
-        std::vector<float> compact(id.size() - 1);
-        item.array.read(0, std::span<float>(compact));
-        for (std::size_t k = 0; k < compact.size(); ++k)
-            values[id[k + 1]] = compact[k];
+        compact_.resize(id.size() - 1);
+        item.array.read(0, std::span<float>(compact_));
+        for (std::size_t k = 0; k < compact_.size(); ++k)
+            values[id[k + 1]] = compact_[k];
     }
-    fullResults_.emplace(values, std::move(full));
+    full_.count = n;
     nNode = n;
     return values;
 }
 
+/// A new array, zeroed by the system page by page where it is touched: the node count behind a small ID map is backed by nothing in the file.
+void OpenResultFile::makeRoom(int n)
+{
+    full_ = FullResult();
+    full_.values.reset(static_cast<float*>(std::calloc(static_cast<std::size_t>(n) + 1, sizeof(float))));
+    if (!full_.values)
+        throw std::bad_alloc();
+}
+
 std::optional<int> OpenResultFile::lengthOf(const float* array) const
 {
-    const auto found = fullResults_.find(array);
-    if (found == fullResults_.end())
+    if (array == nullptr || array != full_.values.get())
         return {};
-    return found->second.count;
+    return full_.count;
 }
 
 void OpenResultFile::close()
 {
-    fullResults_.clear();
+    full_ = FullResult();
     items_.clear();
     file_.reset();
 }

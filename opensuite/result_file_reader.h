@@ -35,11 +35,11 @@ public:
     /// what both have room for is given, and zeros after it. Throws FileError when the values cannot be read; the buffer is then as it was.
     bool readItem(int item, float* buffer) const;
 
-    /// A new array of the item's values: entries 1..nNode, entry 0 is 0, values behind an ID map at their nodes. It lives until `close`. Throws
-    /// FileError when the item does not exist, is not of the type or cannot be read, std::bad_alloc when there is no room for it.
+    /// An array of the item's values: entries 1..nNode, entry 0 is 0, values behind an ID map at their nodes. It lives until the next call or
+    /// `close`. Throws FileError when the item does not exist, is not of the type or cannot be read, std::bad_alloc when there is no room for it.
     float* createFullResult(int item, int resultType, int& nNode);
 
-    /// Length nNode of an array of `createFullResult`; nothing for any other pointer.
+    /// Length nNode of the array that `createFullResult` gave last; nothing for any other pointer.
     [[nodiscard]] std::optional<int> lengthOf(const float* array) const;
 
     /// Closes the file and releases the arrays. The description stays.
@@ -56,11 +56,15 @@ private:
     {
         void operator()(float* array) const noexcept;
     };
+    /// The array of `createFullResult`. It serves item after item: memory that is touched for the first time costs more than reading into it.
     struct FullResult
     {
         std::unique_ptr<float[], Release> values;
-        int count = 0;
+        int count = 0; // of the item that it holds
+        int used = 0;  // entries 1..used have been filled, all of them with values of the file
     };
+
+    void makeRoom(int n);
 
     void readHead(const std::string& parent);
     void readTypes(const std::string& parent);
@@ -75,7 +79,8 @@ private:
     std::int32_t nodeTotal_ = 0; // of the mesh that the results stand on
     std::string zone_;
     std::map<int, Item> items_;
-    std::map<const float*, FullResult> fullResults_;
+    FullResult full_;
+    std::vector<float> compact_; // values behind an ID map, on their way into it
 };
 
 } // namespace tav3d::opensuite

@@ -14,21 +14,6 @@ namespace tav3d::opensuite
 namespace layout = result_layout;
 using layout::Storage;
 
-namespace
-{
-
-std::string itemText(int item)
-{
-    return "item " + std::to_string(item);
-}
-
-std::string typeText(int type)
-{
-    return "result type " + std::to_string(type);
-}
-
-} // namespace
-
 ResultFileWriter::ResultFileWriter(std::string target, bool onCutCellMesh)
     : target_(std::move(target))
     , file_(target_)
@@ -62,7 +47,15 @@ void ResultFileWriter::setHead(const CBinaryInform& inform, std::shared_ptr<cons
         refuse("head", "a node count is negative");
     checkText("head", inform.m_strMeshFile);
 
-    CBinaryInform head = inform;
+    CBinaryInform head; // items and result types are handed over by themselves
+    head.m_strTitle = inform.m_strTitle;
+    head.m_strMeshFile = inform.m_strMeshFile;
+    head.m_bOnCutCellMesh = inform.m_bOnCutCellMesh;
+    head.m_nVoxelNode = inform.m_nVoxelNode;
+    head.m_nCutCellNode = inform.m_nCutCellNode;
+    head.m_nMaxCavityNode = inform.m_nMaxCavityNode;
+    head.m_iMultipleTimeStepMode = inform.m_iMultipleTimeStepMode;
+    head.m_bHasVentingResult = inform.m_bHasVentingResult;
     std::optional<ResultMesh> mesh;
     if (!head.m_strMeshFile.empty())
     {
@@ -94,8 +87,6 @@ void ResultFileWriter::setHead(const CBinaryInform& inform, std::shared_ptr<cons
     head.m_dFillingTime = fillingTime;
     head.m_CoolInfo = std::move(head_.m_CoolInfo);
     head.m_OutputTime = std::move(head_.m_OutputTime);
-    head.m_ResultItem.clear(); // handed over by themselves
-    head.m_ResultType.clear();
     head_ = std::move(head);
     mesh_ = std::move(mesh);
     nodeTotal_ = nodeTotal;
@@ -124,10 +115,10 @@ void ResultFileWriter::setItems(const CBinaryInform& inform)
     std::map<int, std::size_t> itemAt;
     for (const CBinaryResultItem& row : inform.m_ResultItem)
     {
-        checkText(itemText(row.m_iResultItemID), row.m_strName);
-        checkText(itemText(row.m_iResultItemID), row.m_strUnit);
+        checkText(layout::itemText(row.m_iResultItemID), row.m_strName);
+        checkText(layout::itemText(row.m_iResultItemID), row.m_strUnit);
         if (!itemAt.emplace(row.m_iResultItemID, items.size()).second)
-            refuse(itemText(row.m_iResultItemID), "stands twice in the item table");
+            refuse(layout::itemText(row.m_iResultItemID), "stands twice in the item table");
         items.push_back({row, layout::arrayName(row), Storage::None, false});
     }
     items_ = std::move(items);
@@ -147,10 +138,10 @@ void ResultFileWriter::setTypes(const CBinaryInform& inform)
         type.m_bUseIDMap = given.m_bUseIDMap;
         type.m_nDimension = given.m_bUseIDMap ? given.m_nDimension : nodeTotal_;
         if (given.m_nDimension < 0 || type.m_nDimension > nodeTotal_)
-            refuse(typeText(number),
+            refuse(layout::typeText(number),
                    "a dimension of " + std::to_string(given.m_nDimension) + " for " + std::to_string(nodeTotal_) + " nodes");
         if (!given.m_bUseIDMap && given.m_nDimension != head_.m_nVoxelNode && given.m_nDimension != head_.m_nCutCellNode)
-            refuse(typeText(number),
+            refuse(layout::typeText(number),
                    "has no ID map, and its dimension " + std::to_string(given.m_nDimension) + " is the node count of neither mesh");
         types.emplace(number, std::move(type));
     }
@@ -169,15 +160,15 @@ void ResultFileWriter::setIDMaps(const CBinaryInform& inform)
             continue;
         const auto found = types_.find(number);
         if (found == types_.end() || !found->second.m_bUseIDMap || found->second.m_nDimension != given.m_nDimension)
-            refuse(typeText(number), "its ID map contradicts the result types handed over before");
+            refuse(layout::typeText(number), "its ID map contradicts the result types handed over before");
         const std::vector<int>& id = given.m_MappingID;
         const std::size_t count = static_cast<std::size_t>(given.m_nDimension);
         if (id.size() != count + 1 && !(count == 0 && id.empty()))
-            refuse(typeText(number), "its ID map has not " + std::to_string(count) + " entries");
+            refuse(layout::typeText(number), "its ID map has not " + std::to_string(count) + " entries");
         for (std::size_t k = 1; k <= count; ++k)
             if (id[k] < 1 || id[k] > nodeTotal_ || (k > 1 && id[k] <= id[k - 1]))
-                refuse(typeText(number), "entry " + std::to_string(k) + " of its ID map is " + std::to_string(id[k]) +
-                                             "; the entries must ascend from 1 to " + std::to_string(nodeTotal_));
+                refuse(layout::typeText(number), "entry " + std::to_string(k) + " of its ID map is " + std::to_string(id[k]) +
+                                                     "; the entries must ascend from 1 to " + std::to_string(nodeTotal_));
         found->second.m_MappingID = id;
     }
 }
@@ -190,7 +181,7 @@ void ResultFileWriter::beginZone()
     needBefore(hasTypes_, "items", "the result types");
     for (const auto& [number, type] : types_)
         if (type.m_nDimension > 0 && type.m_bUseIDMap && type.m_MappingID.empty())
-            refuse(typeText(number), "its ID map is missing");
+            refuse(layout::typeText(number), "its ID map is missing");
 
     const std::string base = file_.addArray<std::int32_t>("/", layout::base, layout::labelBase, {3, 3});
     const char* zoneName = onCutCellMesh_ ? layout::cutCellZone : layout::voxelZone;
@@ -219,13 +210,13 @@ void ResultFileWriter::writeItem(int number, const float* value)
 {
     const auto at = itemAt_.find(number);
     if (at == itemAt_.end())
-        refuse(itemText(number), "does not stand in the item table");
+        refuse(layout::itemText(number), "does not stand in the item table");
     Item& item = items_[at->second];
     if (item.written)
-        refuse(itemText(number), "is written a second time");
+        refuse(layout::itemText(number), "is written a second time");
     const auto type = types_.find(item.row.m_iResultType);
     if (type == types_.end())
-        refuse(itemText(number), typeText(item.row.m_iResultType) + " has no dimension");
+        refuse(layout::itemText(number), layout::typeText(item.row.m_iResultType) + " has no dimension");
     if (zone_.empty())
         beginZone();
 
@@ -240,7 +231,7 @@ void ResultFileWriter::writeItem(int number, const float* value)
     else if (n != nodeTotal_)
         storage = Storage::OtherLayout;
     if (n > 0 && value == nullptr)
-        refuse(itemText(number), "comes without values");
+        refuse(layout::itemText(number), "comes without values");
 
     std::string parent = childPath(zone_, layout::solution);
     if (storage == Storage::IDMap)
@@ -274,7 +265,7 @@ void ResultFileWriter::finish()
 {
     for (const Item& item : items_)
         if (!item.written)
-            refuse(itemText(item.row.m_iResultItemID), "stands in the item table but was never written");
+            refuse(layout::itemText(item.row.m_iResultItemID), "stands in the item table but was never written");
     if (zone_.empty())
         beginZone();
     writeDescription();

@@ -76,6 +76,17 @@ enum class Storage : std::int32_t
     return "ResultType " + std::to_string(type);
 }
 
+/// How messages call an item and a result type.
+[[nodiscard]] inline std::string itemText(int item)
+{
+    return "item " + std::to_string(item);
+}
+
+[[nodiscard]] inline std::string typeText(int type)
+{
+    return "result type " + std::to_string(type);
+}
+
 /// The array of an item: its name, as far as 32 characters allow, and its number, which makes it unique: "Temperature (6)".
 [[nodiscard]] std::string arrayName(const CBinaryResultItem& item);
 

@@ -80,12 +80,13 @@ std::optional<ResultMesh> findResultMesh(const std::string& path, bool onCutCell
 std::int64_t countPartNodes(const std::string& path, bool onCutCellMesh)
 {
     const CgnsReader reader(path);
-    MeshZoneStream zone(reader, onCutCellMesh ? ZoneId::CutCell : ZoneId::Voxel, 1.0);
-    std::vector<char> ofPart(static_cast<std::size_t>(zone.counts().nodes) + 1, 0);
-    for (CellEntry cell; zone.plastic.next(cell);)
-        for (int k = 0; k < cell.nodes; ++k)
-            ofPart[static_cast<std::size_t>(cell.node[k])] = 1;
-    return std::count(ofPart.begin(), ofPart.end(), 1);
+    std::int64_t nodes = 0;
+    CellStream plastic = plasticCells(reader, onCutCellMesh ? ZoneId::CutCell : ZoneId::Voxel, nodes);
+    const auto ofPart = std::make_unique<bool[]>(static_cast<std::size_t>(nodes) + 1);
+    for (std::span<const std::int32_t> block; !(block = plastic.nextNodes()).empty();)
+        for (const std::int32_t node : block)
+            ofPart[static_cast<std::size_t>(node)] = true;
+    return std::count(ofPart.get(), ofPart.get() + nodes + 1, true);
 }
 
 std::string meshPathToStore(const std::string& meshFile, const std::string& resultFile)

@@ -20,7 +20,7 @@ namespace
 using Vector = std::array<double, 3>;
 
 /// A remainder below this part of the nodes' extent is rounding, not a direction of its own.
-constexpr double flatness = 1e-12;
+constexpr double extentFlatness = 1e-12;
 
 double dot(const Vector& a, const Vector& b)
 {
@@ -37,7 +37,7 @@ int basisOfSpan(std::span<const Vector> y, std::array<Vector, 3>& e)
         const auto last = rest.begin() + static_cast<std::ptrdiff_t>(y.size());
         const auto longest = std::max_element(rest.begin(), last, [](const Vector& a, const Vector& b) { return dot(a, a) < dot(b, b); });
         const double length = std::sqrt(dot(*longest, *longest));
-        if (!(length > flatness))
+        if (!(length > extentFlatness))
             return rank;
         for (int k = 0; k < 3; ++k)
             e[rank][k] = (*longest)[k] / length;

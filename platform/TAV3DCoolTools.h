@@ -82,7 +82,8 @@ public:
     /// The values of item `item`, one per node of the mesh: entries 1..nNode, entry 0 is 0. Values stored through an ID map are put at their
     /// nodes, and all other nodes get 0. An item that keeps another layout than its type comes with its own length. Returns null, with nNode = 0 and
     /// one line on standard error, when there is no such item, it is of another type, or it cannot be read.
-    /// The array belongs to the reader: the caller may change it and must not release it; EndReading or the reader's destruction releases it.
+    /// The array belongs to the reader: the caller may change it and must not release it. It is valid until the next call with this reader, which may
+    /// give the same array again, EndReading or the reader's destruction.
     static float* FullResultFromMappingResult_Create(int item, int resultType, CBinaryInform& inform,
                                                      CTAV3DResultReader_Manipulator& reader, int& nNode);
 

@@ -32,7 +32,7 @@ public:
 
     bool GetHasVentingResult() const;
 
-    /// Closes the file. Arrays that FullResultFromMappingResult_Create made from it (TAV3DCoolTools.h) are released. Calling it twice is harmless.
+    /// Closes the file. The array that FullResultFromMappingResult_Create gave (TAV3DCoolTools.h) is released. Calling it twice is harmless.
     int EndReading();
 
 private:

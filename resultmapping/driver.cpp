@@ -11,6 +11,7 @@
 
 #include <iostream>
 #include <memory>
+#include <vector>
 
 namespace names = tav3d::resultmapping;
 
@@ -111,13 +112,14 @@ void registerIDMap(CBinaryInform& inform, int resultType, int count, int* ids)
 }
 
 /// The compact array of an item that is stored through an ID map: entry i = full[ids[i]], entry 0 = 0. A map that was not rebuilt for the cut-cell
-/// mesh can name nodes beyond its nNode nodes; these get 0.
-std::unique_ptr<float[]> throughIDMap(const float* full, int nNode, const int* ids, int count)
+/// mesh can name nodes beyond its nNode nodes; these get 0. The array serves all items of a run.
+float* throughIDMap(const float* full, int nNode, const int* ids, int count, std::vector<float>& compact)
 {
-    auto compact = std::make_unique<float[]>(static_cast<std::size_t>(count) + 1);
+    compact.resize(static_cast<std::size_t>(count) + 1);
+    compact[0] = 0.0f;
     for (int i = 1; i <= count; ++i)
-        compact[i] = ids[i] <= nNode ? full[ids[i]] : 0.0f;
-    return compact;
+        compact[static_cast<std::size_t>(i)] = ids[i] <= nNode ? full[ids[i]] : 0.0f;
+    return compact.data();
 }
 
 /// The description of the source, as it goes into the target before the result types are settled.
@@ -158,8 +160,21 @@ IDMaps makeIDMaps(CTav3dMeshMappingArrary& mapping, CBinaryInform& target, int s
     return maps;
 }
 
+/// Makes `work` an array of n+1 entries, zeroed when it is a new one. Smoothing fills what it reads of it but for entry 0, so that items of one length
+/// share it. `workNodes` is its n; 0 at the beginning of a run.
+void provideSmoothWork(float*& work, int& workNodes, int n)
+{
+    if (work != nullptr && workNodes == n)
+        return;
+    delete[] work;
+    work = nullptr;
+    work = new float[static_cast<std::size_t>(n) + 1]();
+    workNodes = n;
+}
+
 /// Writes a mapped item, and tells whether that was done through an ID map.
-bool writeMapped(CTAV3DResultWriter_Manipulator& writer, CBinaryInform& target, const CBinaryResultItem& item, float* output, int nNode)
+bool writeMapped(CTAV3DResultWriter_Manipulator& writer, CBinaryInform& target, const CBinaryResultItem& item, float* output, int nNode,
+                 std::vector<float>& compact)
 {
     const int resultType = item.m_iResultType;
     if (!target.IfUseResultDataIDMap(resultType))
@@ -169,7 +184,7 @@ bool writeMapped(CTAV3DResultWriter_Manipulator& writer, CBinaryInform& target, 
     }
     const int count = CBinaryWriteTools::GetResultItemDimension(resultType, target);
     const int* ids = CBinaryWriteTools::GetResultItemMappingIDArray(resultType, target);
-    writer.WriteResultItem(item.m_iResultItemID, throughIDMap(output, nNode, ids, count).get());
+    writer.WriteResultItem(item.m_iResultItemID, throughIDMap(output, nNode, ids, count, compact));
     return true;
 }
 
@@ -215,6 +230,8 @@ int CTav3dQ7XMapping_Voxel2CutCell::Voxel2CutCellResult(std::string& voxelResult
     CBinaryWriteTools::WriteResultDataIDMap(target, writer);
     writer.SetHasVentingResult(reader.GetHasVentingResult());
 
+    int smoothWorkNodes = 0;
+    std::vector<float> compact;
     names::TecplotCapture voxelCapture;
     names::TecplotCapture cutCellCapture;
     for (std::size_t k = 0; k < nItem; ++k)
@@ -230,9 +247,6 @@ int CTav3dQ7XMapping_Voxel2CutCell::Voxel2CutCellResult(std::string& voxelResult
 
         int nVoxelNode = 0;
         float* full = CBinaryWriteTools::FullResultFromMappingResult_Create(itemId, resultType, source, reader, nVoxelNode);
-        delete[] m_pSmoothWork;
-        m_pSmoothWork = nullptr;
-        m_pSmoothWork = new float[static_cast<std::size_t>(nVoxelNode) + 1]();
         m_pMeshMapping->m_nVoxelResultNode = nVoxelNode;
         if (m_iTecplotOutput == 1)
         {
@@ -252,7 +266,10 @@ int CTav3dQ7XMapping_Voxel2CutCell::Voxel2CutCellResult(std::string& voxelResult
 
         m_pMeshMapping->m_iResultFileType = m_eFileType;
         if (smoothRequested && isCavity)
+        {
+            provideSmoothWork(m_pSmoothWork, smoothWorkNodes, nVoxelNode);
             m_pMeshMapping->GetVoxel2VoxelSmoothNodeResult_GaussWeighting_ByTorp(nVoxelNode, full, m_pSmoothWork);
+        }
         m_pMeshMapping->GetCutCell2VoxelMappingNodeResult_ByVelk(nVoxelNode, nCutCellNode, full, output.get(), max[k], min[k]);
         if (m_iTecplotOutput == 1 && (itemId == 1 || itemId == 6))
         {
@@ -260,7 +277,7 @@ int CTav3dQ7XMapping_Voxel2CutCell::Voxel2CutCellResult(std::string& voxelResult
             cutCellCapture.add(output.get(), nCutCellNode);
         }
 
-        if (writeMapped(writer, target, item, output.get(), nCutCellNode))
+        if (writeMapped(writer, target, item, output.get(), nCutCellNode, compact))
         {
             // DELIBERATE map-items-keep-extremes: those that the voxel file records, not those of what was picked up.
             max[k] = item.m_fMax;

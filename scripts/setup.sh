@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# scripts/setup.sh [windows]: installs what the build and the tests need on Debian 12; with "windows" also what builds for Windows and runs there need.
-# Does nothing when all of it is there.
+# scripts/setup.sh [windows] [PACKAGE]...: installs what the build and the tests need on Debian 12, and any packages named as arguments; with "windows" also
+# what builds for Windows and runs there need. Does nothing when all of it is there.
 set -euo pipefail
 
 packages=(
@@ -12,6 +12,7 @@ packages=(
   clang-format clang-tidy                        # checks of the sources
 )
 if [ "${1:-}" = windows ]; then
+  shift
   packages+=(
     g++-mingw-w64-x86-64-posix gcc-mingw-w64-x86-64-posix # the compiler
     wine wine64                                           # runs what it makes
@@ -19,6 +20,7 @@ if [ "${1:-}" = windows ]; then
     googletest                                            # sources, to be built for Windows
   )
 fi
+packages+=("$@")
 
 missing=()
 for package in "${packages[@]}"; do

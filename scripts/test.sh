@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
-# Sets everything up on a fresh Debian 12, builds, and runs all tests: optimised, then under AddressSanitizer and
+# Sets everything up on a fresh Debian 12, builds, and runs all tests: as it is released, then under AddressSanitizer and
 # UndefinedBehaviorSanitizer. A second run rebuilds only what has changed.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 scripts/setup.sh
 scripts/lint.sh
-for preset in dev asan-ubsan; do
+for preset in release asan-ubsan; do
   scripts/build.sh "$preset"
   ctest --preset "$preset" -j "$(nproc)" --quiet --output-log "build/$preset/ctest.log" || {
     ctest --preset "$preset" --rerun-failed --output-on-failure

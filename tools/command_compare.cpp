@@ -19,7 +19,7 @@ namespace tav3d::tools
 namespace
 {
 
-struct Arguments
+struct CompareArguments
 {
     std::string a, b;
     double tolerance = 0.0;
@@ -70,7 +70,7 @@ void printTable(const TableComparison& table)
     }
 }
 
-void printText(const Arguments& arguments, const FileComparison& comparison)
+void printText(const CompareArguments& arguments, const FileComparison& comparison)
 {
     std::cout << "A: " << arguments.a << "\nB: " << arguments.b << '\n';
     for (const std::string& note : comparison.notes)
@@ -108,7 +108,7 @@ void addNames(JsonWriter& json, const char* key, const std::vector<std::string>&
     json.endArray();
 }
 
-void printJson(const Arguments& arguments, const FileComparison& comparison)
+void printJson(const CompareArguments& arguments, const FileComparison& comparison)
 {
     JsonWriter json;
     json.beginObject().member("a", arguments.a).member("b", arguments.b);
@@ -137,7 +137,7 @@ void printJson(const Arguments& arguments, const FileComparison& comparison)
     std::cout << json.text();
 }
 
-void runCompare(const Arguments& arguments)
+void runCompare(const CompareArguments& arguments)
 {
     const FileComparison comparison = compareFiles(arguments.a, arguments.b, arguments.tolerance);
     arguments.json ? printJson(arguments, comparison) : printText(arguments, comparison);
@@ -150,7 +150,7 @@ void runCompare(const Arguments& arguments)
 
 void addCompareCommand(CLI::App& app)
 {
-    const auto arguments = std::make_shared<Arguments>();
+    const auto arguments = std::make_shared<CompareArguments>();
     CLI::App* command = app.add_subcommand("compare", "Tells what is different between two result files, or two mesh files");
     command->footer(
         "Results: per item how many nodes differ and where the difference is largest, absolute and relative to the larger of the\n"

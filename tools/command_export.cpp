@@ -17,7 +17,7 @@ namespace tav3d::tools
 namespace
 {
 
-struct Arguments
+struct ExportArguments
 {
     GridRequest request;
     std::string zone;
@@ -40,7 +40,7 @@ const Format* formatOf(const std::string& file)
     return found == std::end(formats) ? nullptr : found;
 }
 
-void runExport(Arguments arguments)
+void runExport(ExportArguments arguments)
 {
     if (!arguments.zone.empty())
         arguments.request.zone = arguments.zone == "voxel" ? opensuite::ZoneId::Voxel : opensuite::ZoneId::CutCell;
@@ -59,7 +59,7 @@ void runExport(Arguments arguments)
 
 void addExportCommand(CLI::App& app)
 {
-    const auto arguments = std::make_shared<Arguments>();
+    const auto arguments = std::make_shared<ExportArguments>();
     CLI::App* command = app.add_subcommand("export", "Writes a result and its mesh as one file for other programs");
     command->footer(
         "The file stands alone: it holds the mesh, in mesh length units (the scale factor is applied), and a value per node of\n"

@@ -31,7 +31,7 @@ struct ResultSummary
 
 using Summary = std::variant<MeshSummary, ResultSummary>;
 
-struct Arguments
+struct InfoArguments
 {
     std::vector<std::string> files;
     bool json = false;
@@ -54,7 +54,7 @@ std::string bodyName(std::int32_t number)
     return number == body::part ? "part" : number == body::mold ? "mould base" : "insert " + std::to_string(number - body::firstInsert + 1);
 }
 
-Summary summarise(const std::string& file)
+Summary summariseFile(const std::string& file)
 {
     try
     {
@@ -235,7 +235,7 @@ void jsonResult(JsonWriter& json, const std::string& file, const CBinaryInform& 
 }
 
 /// Tells about every file that can be read; a file that cannot does not hide the others.
-void runInfo(const Arguments& arguments)
+void runInfo(const InfoArguments& arguments)
 {
     std::vector<std::string> failures;
     JsonWriter json;
@@ -244,7 +244,7 @@ void runInfo(const Arguments& arguments)
     {
         try
         {
-            const Summary summary = summarise(file);
+            const Summary summary = summariseFile(file);
             const auto* mesh = std::get_if<MeshSummary>(&summary);
             if (arguments.json)
             {
@@ -281,7 +281,7 @@ void runInfo(const Arguments& arguments)
 
 void addInfoCommand(CLI::App& app)
 {
-    const auto arguments = std::make_shared<Arguments>();
+    const auto arguments = std::make_shared<InfoArguments>();
     CLI::App* command = app.add_subcommand("info", "Tells what stands in mesh files and result files");
     command->footer("Example:\n  tav3d info housing.krn housing.q7f");
     command->add_option("files", arguments->files, "Mesh files and result files")->required();

@@ -23,7 +23,7 @@ namespace
 using opensuite::FileError;
 using opensuite::FileFailure;
 
-struct Arguments
+struct InterpolateArguments
 {
     GridRequest request;
     std::string points;
@@ -68,7 +68,7 @@ void writeTable(std::ostream& out, const FieldGrid& grid, const std::vector<Vec3
     }
 }
 
-void runInterpolate(Arguments arguments)
+void runInterpolate(InterpolateArguments arguments)
 {
     arguments.request.dropLooseNodes = true;
     arguments.options.method = arguments.method == "shape" ? InterpolationMethod::Shape : InterpolationMethod::Quadrature;
@@ -108,7 +108,7 @@ void runInterpolate(Arguments arguments)
 
 void addInterpolateCommand(CLI::App& app)
 {
-    const auto arguments = std::make_shared<Arguments>();
+    const auto arguments = std::make_shared<InterpolateArguments>();
     CLI::App* command = app.add_subcommand("interpolate", "Values of a result at the points of a CSV file");
     command->footer(
         "The points file holds one point per line, x,y,z in mesh length units (mm). A first line may name the columns; then x, y\n"

@@ -21,7 +21,7 @@ namespace tav3d::tools
 namespace
 {
 
-struct Arguments
+struct MapArguments
 {
     std::string mesh;
     std::vector<std::string> results;
@@ -41,7 +41,7 @@ void tell(const MapOutcome& outcome, bool json)
         std::cerr << "tav3d: note: " << common::nameOf(outcome.task.source) << ": " << outcome.note << '\n';
 }
 
-void mapFiles(const Arguments& arguments)
+void mapFiles(const MapArguments& arguments)
 {
     const std::vector<MapTask> tasks = makeMapTasks(arguments.results, arguments.output);
     if (!arguments.report.empty())
@@ -84,7 +84,7 @@ void mapFiles(const Arguments& arguments)
 
 void addMapCommand(CLI::App& app)
 {
-    auto arguments = std::make_shared<Arguments>();
+    auto arguments = std::make_shared<MapArguments>();
     CLI::App* command = app.add_subcommand("map", "Carry results from the voxel mesh of a model to its cut-cell mesh");
     command->add_option("mesh", arguments->mesh, "Mesh file (.krn) of the model")->required();
     command->add_option("results", arguments->results, "Result files on its voxel mesh (.q7f .q7p .q7c .q7hc .rsf .rsc)")->required();

@@ -24,7 +24,7 @@ namespace
 
 using namespace opensuite;
 
-struct Arguments
+struct ModelArguments
 {
     std::string part;
     std::vector<std::string> inserts;
@@ -68,7 +68,7 @@ Counts count(const MeshZone& zone)
     return counts;
 }
 
-std::string textReport(const Arguments& arguments, const NamedSurface& part, const BuiltModel& built, double seconds)
+std::string textReport(const ModelArguments& arguments, const NamedSurface& part, const BuiltModel& built, double seconds)
 {
     std::ostringstream out;
     const auto row = [&](const std::string& name, const auto& voxel, const auto& cutCell)
@@ -127,7 +127,7 @@ void jsonZone(JsonWriter& json, const std::string& name, const MeshZone& zone, c
     json.member("partVolume", figures.partVolume).member("partVolumeError", figures.partVolume / partVolume - 1).endObject();
 }
 
-std::string jsonReport(const Arguments& arguments, const NamedSurface& part, const BuiltModel& built, double seconds)
+std::string jsonReport(const ModelArguments& arguments, const NamedSurface& part, const BuiltModel& built, double seconds)
 {
     JsonWriter json;
     json.beginObject().member("part", arguments.part).member("triangles", part.surface.mesh.triangle.size());
@@ -149,7 +149,7 @@ std::string jsonReport(const Arguments& arguments, const NamedSurface& part, con
     return json.text();
 }
 
-void runModel(Arguments arguments)
+void runModel(ModelArguments arguments)
 {
     const auto start = std::chrono::steady_clock::now();
     const std::string partName = common::nameOf(common::pathOf(arguments.part).stem());
@@ -202,7 +202,7 @@ void runModel(Arguments arguments)
 
 void addModelCommand(CLI::App& app)
 {
-    const auto arguments = std::make_shared<Arguments>();
+    const auto arguments = std::make_shared<ModelArguments>();
     CLI::App* command = app.add_subcommand("model", "Makes the voxel mesh and the cut-cell mesh of a part in its mould block");
     command->footer("Example:\n  tav3d model data/housing.stl --insert data/insert.stl --cell-size 1.0 -o housing.krn\n"
                     "Lengths are in the unit of the STL files. What was repaired in them, and what got lost, is told on standard error.");

@@ -22,7 +22,7 @@ namespace
 namespace fs = std::filesystem;
 using namespace opensuite;
 
-struct Arguments
+struct SampleArguments
 {
     std::string meshFile;
     std::string folder = ".";
@@ -55,7 +55,7 @@ void addJson(JsonWriter& json, const std::string& file, const std::string& kind,
     json.endArray().endObject();
 }
 
-void runSample(const Arguments& arguments)
+void runSample(const SampleArguments& arguments)
 {
     const MeshSummary header = readMeshHeader(arguments.meshFile);
     const MeshZone voxel = readMeshZone(arguments.meshFile, ZoneId::Voxel);
@@ -90,7 +90,7 @@ void runSample(const Arguments& arguments)
 
 void addSampleCommand(CLI::App& app)
 {
-    const auto arguments = std::make_shared<Arguments>();
+    const auto arguments = std::make_shared<SampleArguments>();
     CLI::App* command = app.add_subcommand("sample", "Makes sample results on the voxel mesh of a model");
     command->footer("Example:\n  tav3d sample housing.krn -o results --kinds .q7f .q7c\nThe fields have the shape of filling, packing and "
                     "cooling results, but "

@@ -247,6 +247,8 @@ FileComparison compareResults(const std::string& fileA, const std::string& fileB
     const bool isOneMesh = a.m_bOnCutCellMesh == b.m_bOnCutCellMesh && nodeTotalOf(a) == nodeTotalOf(b);
     if (!isOneMesh)
         comparison.notes.emplace_back("the results stand on different meshes: values are not compared");
+    StoredItem itemA;
+    StoredItem itemB;
     for (const CBinaryResultItem& row : a.m_ResultItem)
     {
         const CBinaryResultItem* other = findItem(b, row.m_iResultItemID);
@@ -263,7 +265,9 @@ FileComparison compareResults(const std::string& fileA, const std::string& fileB
         table.item = row.m_iResultItemID;
         table.name = itemLabel(row);
         table.unit = row.m_strUnit;
-        compareValues(readStoredItem(resultA, row), readStoredItem(resultB, *other), tolerance, table);
+        readStoredItem(resultA, row, itemA);
+        readStoredItem(resultB, *other, itemB);
+        compareValues(itemA, itemB, tolerance, table);
         comparison.tables.push_back(std::move(table));
     }
     for (const CBinaryResultItem& row : b.m_ResultItem)

@@ -3,6 +3,7 @@
 #include "TAVFEM_ElemLib.h"
 #include "TAVOptKer.h"
 #include "cell_geometry.h"
+#include "common/exact_math.h"
 
 #include <algorithm>
 #include <array>
@@ -28,15 +29,15 @@ const CFEM_Elem3D& elementOf(CellKind kind)
     return *elements[static_cast<std::size_t>(kind)];
 }
 
-struct Box
+struct CellBox
 {
     Vec3 low, high;
 };
 
-/// Box around the corners, wider by what rounding may take from a point on it.
-Box boxAround(std::span<const Vec3> corner)
+/// CellBox around the corners, wider by what rounding may take from a point on it.
+CellBox boxAround(std::span<const Vec3> corner)
 {
-    Box box{corner[0], corner[0]};
+    CellBox box{corner[0], corner[0]};
     for (const Vec3& p : corner)
         for (int axis = 0; axis < 3; ++axis)
         {
@@ -130,7 +131,7 @@ double EngineMesh::smallestShape(int cell, Vec3 p) const
         Y[k] = corner[k].y;
         Z[k] = corner[k].z;
     }
-    const Box box = boxAround({corner.data(), count});
+    const CellBox box = boxAround({corner.data(), count});
     for (int axis = 0; axis < 3; ++axis)
         if (p[axis] < box.low[axis] || p[axis] > box.high[axis])
             return -std::numeric_limits<double>::infinity();
@@ -143,8 +144,8 @@ void EngineMesh::needTree() const
     if (tree_)
         return;
     tree_ = std::make_unique<CTAVOptKer>();
-    Box all{{1, 1, 1}, {-1, -1, -1}};
-    std::vector<Box> boxes;
+    CellBox all{{1, 1, 1}, {-1, -1, -1}};
+    std::vector<CellBox> boxes;
     boxes.reserve(row.size());
     std::vector<Vec3> corner;
     for (int cell = 1; cell <= cellTotal(); ++cell)
@@ -153,7 +154,7 @@ void EngineMesh::needTree() const
         corner.clear();
         for (int k = 1; k <= nodes[0]; ++k)
             corner.push_back(node(nodes[k]));
-        const Box box = boxAround(corner);
+        const CellBox box = boxAround(corner);
         for (int axis = 0; axis < 3; ++axis)
         {
             all.low[axis] = cell == 1 ? box.low[axis] : std::min(all.low[axis], box.low[axis]);
@@ -210,7 +211,7 @@ std::pair<int, double> EngineMesh::nearestCell(Vec3 p) const
     for (int axis = 0; axis < 3; ++axis)
         onBox[axis] = std::clamp(p[axis], low_[axis], high_[axis]);
     std::pair<int, double> nearest{0, std::numeric_limits<double>::infinity()};
-    for (double reach = length(high_ - low_) / std::cbrt(cellTotal()); nearest.first == 0; reach *= 2)
+    for (double reach = length(high_ - low_) / common::fractionalPower(cellTotal(), 1.0 / 3.0); nearest.first == 0; reach *= 2)
         keepNearest(cellsNear(onBox, reach), p, nearest);
     const double bound = nearest.second;
     nearest = {0, std::numeric_limits<double>::infinity()};

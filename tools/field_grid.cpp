@@ -113,7 +113,8 @@ void readFields(const GridRequest& request, OpenResultFile& result, FieldGrid& g
 {
     for (const CBinaryResultItem& row : chosenRows(request, result.description()))
     {
-        StoredItem stored = readStoredItem(result, row);
+        StoredItem stored;
+        readStoredItem(result, row, stored);
         const bool isNowhere = stored.layout == StoredItem::Layout::ListedNodes && result.dimension(row.m_iResultType) == 0;
         if (isNowhere || stored.layout == StoredItem::Layout::Own)
         {

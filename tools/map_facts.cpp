@@ -7,9 +7,11 @@
 #include "opensuite/mesh_file_reader.h"
 #include "resultmapping/result_names.h"
 
-#include <cmath>
 #include <limits>
+#include <map>
+#include <optional>
 #include <stdexcept>
+#include <utility>
 
 namespace tav3d::tools
 {
@@ -18,109 +20,36 @@ namespace
 {
 
 using View = CTav3dMeshMappingArrary_View;
-using meshmapping::PickUp;
-using meshmapping::PickUpRule;
-
-constexpr std::array allRegions{Region::all, Region::partSurface, Region::partInsertSurface, Region::plasticInside, Region::moldBase};
-
-bool isCutCellNodeOf(const CTav3dMeshMappingArrary& model, Region region, int node)
+/// Values of the listed nodes, of those that are stored: all when `stored` is empty, else those marked there. `nodes` ascend; those beyond the
+/// values are left out. `buffer` is reused.
+std::span<const float> valuesAt(std::span<const std::int32_t> nodes, std::span<const float> values, std::span<const char> stored,
+                                std::vector<float>& buffer)
 {
-    const meshmapping::CutCellSources sources = View::cutCellSources(model);
-    switch (region)
+    buffer.clear();
+    for (const std::int32_t node : nodes)
     {
-    case Region::partSurface:
-        return sources.kinds.part[node] == 1;
-    case Region::partInsertSurface:
-        return sources.region[node] == 2 || sources.kinds.partInsert[node] == 1;
-    case Region::plasticInside:
-        return View::cutCellPlastic(model)[node] && sources.kinds.part[node] != 1;
-    case Region::moldBase:
-        return View::cutCellMoldBase(model)[node];
-    case Region::all:
-        break;
+        const auto j = static_cast<std::size_t>(node);
+        if (j >= values.size())
+            break;
+        if (stored.empty() || stored[j] != 0)
+            buffer.push_back(values[j]);
     }
-    return true;
+    return buffer;
 }
 
-bool isVoxelNodeOf(const CTav3dMeshMappingArrary& model, Region region, int node)
+/// Nodes of a region, of those that are stored, without a value of their own: it is exactly 0, or the recorded minimum stands in its place.
+std::int64_t countWithoutValue(std::span<const std::int32_t> nodes, std::span<const float> values, std::span<const char> stored,
+                               std::span<const std::uint8_t> replaced)
 {
-    const meshmapping::NodeKinds kinds = View::voxelKinds(model);
-    switch (region)
+    std::int64_t count = 0;
+    for (const std::int32_t node : nodes)
     {
-    case Region::partSurface:
-        return kinds.part[node] == 1;
-    case Region::partInsertSurface:
-        return kinds.partInsert[node] == 1;
-    case Region::plasticInside:
-        return View::voxelPlastic(model)[node] == 1 && kinds.part[node] != 1;
-    case Region::moldBase:
-        return View::voxelPlastic(model)[node] != 1;
-    case Region::all:
-        break;
+        const auto j = static_cast<std::size_t>(node);
+        if (j >= values.size())
+            break;
+        count += (stored.empty() || stored[j] != 0) && (values[j] == 0.0f || replaced[j] != 0);
     }
-    return true;
-}
-
-ValueRule reportedRule(PickUpRule rule)
-{
-    switch (rule)
-    {
-    case PickUpRule::NearestOfKind:
-        return ValueRule::nearestOfKind;
-    case PickUpRule::WrongKind:
-        return ValueRule::wrongKind;
-    case PickUpRule::OutOfRange:
-        return ValueRule::outOfRange;
-    case PickUpRule::AssignedNode:
-        break;
-    }
-    return ValueRule::assignedNode;
-}
-
-double distance(const CTav3dMeshMappingArrary& model, int cutCellNode, int voxelNode)
-{
-    const meshmapping::NodePoints points = View::cutCellPoints(model);
-    return std::sqrt(meshmapping::squaredDistance(View::voxelPoints(model), voxelNode, points.x[cutCellNode], points.y[cutCellNode],
-                                                  points.z[cutCellNode]));
-}
-
-/// How the cut-cell nodes of an item got their values. `stored` marks the nodes that the target holds values of, entries 1..n.
-struct Origins
-{
-    std::vector<PickUp> source; // entries 1..n
-    std::vector<char> stored;
-};
-
-RegionReport regionReport(const CTav3dMeshMappingArrary& model, Region region, const Origins& origins, std::span<const float> before,
-                          std::span<const float> after, bool substituted, double cellSize)
-{
-    RegionReport report;
-    report.region = region;
-    std::vector<float> values;
-    const int voxelTotal = std::min(static_cast<int>(before.size()) - 1, View::voxelNodeTotal(model));
-    for (int node = 1; node <= voxelTotal; ++node)
-        if (isVoxelNodeOf(model, region, node))
-            values.push_back(before[static_cast<std::size_t>(node)]);
-    report.before = summarise(values);
-
-    values.clear();
-    for (std::size_t j = 1; j < after.size(); ++j)
-    {
-        const int node = static_cast<int>(j);
-        if (!origins.stored[j] || !isCutCellNodeOf(model, region, node))
-            continue;
-        const PickUp& source = origins.source[j];
-        ++report.origin.nodes;
-        ++report.origin.nodesByRule[static_cast<std::size_t>(reportedRule(source.rule))];
-        const bool took = source.rule == PickUpRule::AssignedNode || source.rule == PickUpRule::NearestOfKind;
-        if (took && source.voxelNode >= 1)
-            addDistance(report.origin.distances, distance(model, node, source.voxelNode), cellSize);
-        if (after[j] == 0.0f || (!took && substituted))
-            ++report.nodesWithoutValue;
-        values.push_back(after[j]);
-    }
-    report.after = summarise(values);
-    return report;
+    return count;
 }
 
 /// A result file, open.
@@ -191,6 +120,7 @@ NumberedSurface surfaceOf(const std::string& meshFile, opensuite::ZoneId zone, d
 MapFacts::MapFacts(const std::string& meshFile, const MapOptions& options, const ModelMapper& mapper, bool withSurfaces)
     : mapper_(mapper)
     , withSurfaces_(withSurfaces)
+    , regions_(regionNodesOf(mapper.mapping()))
 {
     const opensuite::MeshSummary mesh = opensuite::readMeshHeader(meshFile);
     report_.toolVersion = TAV3D_VERSION;
@@ -251,6 +181,13 @@ void MapFacts::addItems(const MapOutcome& outcome, FileReport& file) const
     OpenResult target(outcome.task.target);
     const auto nCutCell = static_cast<std::size_t>(View::cutCellNodeTotal(model));
 
+    // Items of one length share their sources, and those of one ID map, or without one, the origin of their values.
+    constexpr int noIDMap = -1;
+    std::map<int, ValueSources> sourcesOf;                                                            // by the number of voxel values
+    std::map<int, std::vector<char>> storedIn;                                                        // by result type
+    std::map<std::pair<int, int>, std::array<std::optional<ValueOrigin>, allRegions.size()>> origins; // by both
+    std::vector<float> buffer;
+
     for (std::size_t k = 0; k < source.inform.m_ResultItem.size(); ++k)
     {
         const CBinaryResultItem& row = source.inform.m_ResultItem[k];
@@ -271,16 +208,31 @@ void MapFacts::addItems(const MapOutcome& outcome, FileReport& file) const
 
         const std::span<const float> before = source.full(row);
         const std::span<const float> after = target.full(target.inform.m_ResultItem[k]);
-        const meshmapping::PickUpRules rules = View::rules(model, fileType, row.m_fMin);
-        Origins origins{std::vector<PickUp>(nCutCell + 1), std::vector<char>(nCutCell + 1, item.throughIdMap ? 0 : 1)};
-        for (std::size_t j = 1; j <= nCutCell; ++j)
-            origins.source[j] = meshmapping::pickUpOf(View::cutCellSources(model), View::voxelKinds(model), rules,
-                                                      static_cast<int>(before.size()) - 1, static_cast<int>(j));
-        if (item.throughIdMap)
+        const int voxelValueTotal = static_cast<int>(before.size()) - 1;
+        if (!sourcesOf.contains(voxelValueTotal))
+            sourcesOf.emplace(voxelValueTotal, valueSourcesOf(model, fileType, voxelValueTotal));
+        const ValueSources& sources = sourcesOf.at(voxelValueTotal);
+        std::vector<char>& stored = storedIn[item.throughIdMap ? item.resultType : noIDMap]; // empty: all
+        if (item.throughIdMap && stored.empty())
+        {
+            stored.assign(nCutCell + 1, 0);
             for (const int node : target.inform.m_ResultType.at(item.resultType).m_MappingID)
-                origins.stored[static_cast<std::size_t>(node)] = 1;
+                stored[static_cast<std::size_t>(node)] = 1;
+        }
+        auto& originOfRegion = origins[{voxelValueTotal, item.throughIdMap ? item.resultType : noIDMap}];
         for (const Region region : allRegions)
-            item.regions.push_back(regionReport(model, region, origins, before, after, rules.substitute, report_.cellSize));
+        {
+            const auto r = static_cast<std::size_t>(region);
+            if (!originOfRegion[r])
+                originOfRegion[r] = originOf(sources, regions_.cutCell[r], stored, report_.cellSize);
+            RegionReport report;
+            report.region = region;
+            report.origin = *originOfRegion[r];
+            report.nodesWithoutValue = countWithoutValue(regions_.cutCell[r], after, stored, sources.replaced);
+            report.before = summarise(valuesAt(regions_.voxel[r], before, {}, buffer));
+            report.after = summarise(valuesAt(regions_.cutCell[r], after, stored, buffer));
+            item.regions.push_back(report);
+        }
 
         if (withSurfaces_)
         {
@@ -288,7 +240,7 @@ void MapFacts::addItems(const MapOutcome& outcome, FileReport& file) const
             // Where the recorded minimum stands for a missing value, the view shows that there is none.
             std::vector<float> shown(after.begin(), after.end());
             for (std::size_t j = 1; j <= nCutCell; ++j)
-                if (origins.source[j].rule == PickUpRule::WrongKind || origins.source[j].rule == PickUpRule::OutOfRange)
+                if (sources.rule[j] == ValueRule::wrongKind || sources.rule[j] == ValueRule::outOfRange)
                     shown[j] = std::numeric_limits<float>::quiet_NaN();
             item.cutCellSurfaceValues = pickValues(cutCellNodeOfPoint_, shown);
         }

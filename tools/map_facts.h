@@ -3,6 +3,7 @@
 // What the mapping report tells of a mapped file, found by reading both files again and asking the loaded model how each node got its value.
 
 #include "map_job.h"
+#include "map_origins.h"
 #include "mapping_report.h"
 
 #include <string>
@@ -27,6 +28,7 @@ private:
 
     const ModelMapper& mapper_;
     bool withSurfaces_;
+    RegionNodes regions_;
     MappingReport report_;
     std::vector<std::int32_t> voxelNodeOfPoint_;
     std::vector<std::int32_t> cutCellNodeOfPoint_;

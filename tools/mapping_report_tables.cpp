@@ -11,7 +11,7 @@ namespace tav3d::tools
 namespace
 {
 
-constexpr const char* dash = "–";
+constexpr const char* dashText = "–";
 
 const char* regionName(Region region) noexcept
 {
@@ -34,7 +34,7 @@ std::string valueCells(const ValueSummary& values)
 {
     if (values.count == 0)
     {
-        return cell("n first zero", dash) + cell("n zero", dash) + cell("n zero", dash);
+        return cell("n first zero", dashText) + cell("n zero", dashText) + cell("n zero", dashText);
     }
     return cell("n first", numberHtml(values.minimum)) + cell("n", numberHtml(values.mean)) + cell("n", numberHtml(values.maximum));
 }
@@ -88,7 +88,7 @@ std::string itemsTable(const FileReport& file)
         }
         else
         {
-            html += cell("n zero", dash) + cell("n zero", dash) + valueCells({}) + valueCells({});
+            html += cell("n zero", dashText) + cell("n zero", dashText) + valueCells({}) + valueCells({});
         }
         html += "</tr>\n";
     }
@@ -181,7 +181,7 @@ std::string originTable(const ItemReport& item, const MappingReport& report)
             html += countCell(nodes);
         }
         html += cell("n first", numberHtml(origin.distances.mean())) +
-                cell("n", origin.distances.count > 0 ? numberHtml(origin.distances.maximum) : std::string(dash)) + "</tr>\n";
+                cell("n", origin.distances.count > 0 ? numberHtml(origin.distances.maximum) : std::string(dashText)) + "</tr>\n";
     }
     return html + "</tbody></table></div>\n";
 }

@@ -160,7 +160,11 @@ std::string numberHtml(double value)
     if (size >= 1e-4 && size < 1e6)
     {
         // As many decimals as leave five significant digits; trailing zeros stay away.
-        const int exponent = static_cast<int>(std::floor(std::log10(size)));
+        int exponent = -4;
+        for (const double power : {1e-3, 1e-2, 1e-1, 1e0, 1e1, 1e2, 1e3, 1e4, 1e5})
+        {
+            exponent += size >= power ? 1 : 0;
+        }
         const int decimals = std::clamp(significant - 1 - exponent, 0, 8);
         html.assign(text, std::to_chars(std::begin(text), std::end(text), size, std::chars_format::fixed, decimals).ptr);
         dropTrailingZeros(html);

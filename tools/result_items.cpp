@@ -35,29 +35,27 @@ FileKind kindOfFile(const std::string& file)
     throw FileError(FileFailure::WrongKind, file, "", "is neither a mesh file nor a result file");
 }
 
-StoredItem readStoredItem(OpenResultFile& file, const CBinaryResultItem& row)
+void readStoredItem(OpenResultFile& file, const CBinaryResultItem& row, StoredItem& item)
 {
+    using Layout = StoredItem::Layout;
     const CBinaryInform& description = file.description();
     const CBinaryResultType& type = description.m_ResultType.at(row.m_iResultType); // the reader has checked that it is there
     const auto nodes = static_cast<std::size_t>(nodeTotalOf(description));
-    StoredItem item;
+    item.isThere.clear();
 
-    std::vector<float> stored(static_cast<std::size_t>(type.m_nDimension) + 1);
-    if (!file.readItem(row.m_iResultItemID, stored.data()))
+    std::vector<float> stored;
+    if (type.m_bUseIDMap)
+        stored.resize(static_cast<std::size_t>(type.m_nDimension) + 1);
+    if (!type.m_bUseIDMap || !file.readItem(row.m_iResultItemID, stored.data()))
     {
         int count = 0;
         const float* own = file.createFullResult(row.m_iResultItemID, row.m_iResultType, count);
         item.value.assign(own + 1, own + 1 + count);
         // Beside an ID map an item may be stored whole.
-        item.layout = item.value.size() == nodes ? StoredItem::Layout::AllNodes : StoredItem::Layout::Own;
-        return item;
+        item.layout = item.value.size() == nodes ? Layout::AllNodes : Layout::Own;
+        return;
     }
-    if (!type.m_bUseIDMap)
-    {
-        item.value.assign(stored.begin() + 1, stored.end());
-        return item;
-    }
-    item.layout = StoredItem::Layout::ListedNodes;
+    item.layout = Layout::ListedNodes;
     item.value.assign(nodes, 0.0F);
     item.isThere.assign(nodes, 0);
     for (std::size_t k = 1; k < stored.size(); ++k)
@@ -66,7 +64,6 @@ StoredItem readStoredItem(OpenResultFile& file, const CBinaryResultItem& row)
         item.value[node] = stored[k];
         item.isThere[node] = 1;
     }
-    return item;
 }
 
 std::string itemLabel(const CBinaryResultItem& row)

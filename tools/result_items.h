@@ -34,8 +34,8 @@ struct StoredItem
     std::vector<std::uint8_t> isThere; ///< layout ListedNodes: per node whether it has a value; else empty
 };
 
-/// Reads the item `row` of the item table. Throws FileError when that fails.
-[[nodiscard]] StoredItem readStoredItem(opensuite::OpenResultFile& file, const CBinaryResultItem& row);
+/// Reads the item `row` of the item table into `item`, whose arrays are used again. Throws FileError when that fails.
+void readStoredItem(opensuite::OpenResultFile& file, const CBinaryResultItem& row, StoredItem& item);
 
 /// Number of nodes of the mesh that the result stands on.
 [[nodiscard]] inline int nodeTotalOf(const CBinaryInform& description) noexcept

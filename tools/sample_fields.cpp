@@ -29,9 +29,9 @@ struct FieldKind
     std::function<double(const SampleFields&, std::size_t node)> value;
 };
 
-constexpr std::size_t filled = 0; // output times
-constexpr std::size_t packed = 1;
-constexpr std::size_t cooled = 2;
+constexpr std::size_t atFilled = 0; // output times
+constexpr std::size_t atPacked = 1;
+constexpr std::size_t atCooled = 2;
 
 FieldKind frontTime()
 {
@@ -78,7 +78,7 @@ FieldKind shrinkage()
             {
                 constexpr double beta = 6.0e-4;  // 1/K
                 constexpr double kappa = 4.0e-4; // 1/MPa
-                const double contraction = beta * (f.heat.temperature[packed][i] - f.heatConditions.coolantTemperature);
+                const double contraction = beta * (f.heat.temperature[atPacked][i] - f.heatConditions.coolantTemperature);
                 return 100 * std::max(contraction - kappa * f.flow.pressure[i], 0.0);
             }};
 }
@@ -136,43 +136,51 @@ struct NumberedField
 /// number there (60, 61) is one that a mapping hands on as it is. In ".rsf" it is 9.
 std::vector<NumberedField> fieldsOf(std::string_view kind)
 {
-    const FieldKind wholeTemperature = temperature(Region::Everywhere, filled, "Temperature, all bodies");
-    const FieldKind moldTemperature = temperature(Region::MoldBase, cooled, "Mould-base temperature");
+    const FieldKind wholeTemperature = temperature(Region::Everywhere, atFilled, "Temperature, all bodies");
+    const FieldKind moldTemperature = temperature(Region::MoldBase, atCooled, "Mould-base temperature");
     if (kind == ".q7f")
     {
-        return {{1, frontTime()},       {6, pressure(1.0)},          {14, temperature(Region::Part, filled, "Temperature")},
-                {17, shearRate()},      {19, solidFraction(filled)}, {20, meltSpeed()},
-                {30, wholeTemperature}, {31, moldTemperature}};
+        return {{1, frontTime()},
+                {6, pressure(1.0)},
+                {14, temperature(Region::Part, atFilled, "Temperature")},
+                {17, shearRate()},
+                {19, solidFraction(atFilled)},
+                {20, meltSpeed()},
+                {30, wholeTemperature},
+                {31, moldTemperature}};
     }
     if (kind == ".q7p")
     {
-        return {
-            {1, frontTime()},  {6, pressure(0.4)},   {14, temperature(Region::Part, packed, "Temperature")}, {17, solidFraction(packed)},
-            {19, shrinkage()}, {31, moldTemperature}};
+        return {{1, frontTime()},
+                {6, pressure(0.4)},
+                {14, temperature(Region::Part, atPacked, "Temperature")},
+                {17, solidFraction(atPacked)},
+                {19, shrinkage()},
+                {31, moldTemperature}};
     }
     if (kind == ".q7c" || kind == ".q7hc")
     {
-        return {{1, temperature(Region::Part, cooled, "Part temperature")},
+        return {{1, temperature(Region::Part, atCooled, "Part temperature")},
                 {2, ejectionTime()},
-                {3, temperature(Region::Everywhere, cooled, "Temperature, all bodies")},
+                {3, temperature(Region::Everywhere, atCooled, "Temperature, all bodies")},
                 {5, moldTemperature},
-                {16, temperature(Region::PartSurface, cooled, "Part surface temperature")},
-                {17, solidFraction(cooled)},
-                {33, heatFlux(Region::PartSurface, cooled)},
-                {53, temperature(Region::Part, packed, "Part temperature after packing")},
-                {60, temperature(Region::Everywhere, packed, "Temperature after packing")},
-                {61, temperature(Region::MoldBase, packed, "Mould-base temp. after packing")}};
+                {16, temperature(Region::PartSurface, atCooled, "Part surface temperature")},
+                {17, solidFraction(atCooled)},
+                {33, heatFlux(Region::PartSurface, atCooled)},
+                {53, temperature(Region::Part, atPacked, "Part temperature after packing")},
+                {60, temperature(Region::Everywhere, atPacked, "Temperature after packing")},
+                {61, temperature(Region::MoldBase, atPacked, "Mould-base temp. after packing")}};
     }
     if (kind == ".rsf")
     {
-        return {{1, frontTime()}, {9, pressure(1.0)}, {12, temperature(Region::Part, filled, "Temperature")}, {31, moldTemperature}};
+        return {{1, frontTime()}, {9, pressure(1.0)}, {12, temperature(Region::Part, atFilled, "Temperature")}, {31, moldTemperature}};
     }
     if (kind == ".rsc")
     {
-        return {{1, temperature(Region::Everywhere, cooled, "Temperature, all bodies")},
+        return {{1, temperature(Region::Everywhere, atCooled, "Temperature, all bodies")},
                 {5, moldTemperature},
-                {16, temperature(Region::PartSurface, cooled, "Part surface temperature")},
-                {33, heatFlux(Region::PartSurface, cooled)}};
+                {16, temperature(Region::PartSurface, atCooled, "Part surface temperature")},
+                {33, heatFlux(Region::PartSurface, atCooled)}};
     }
     throw std::invalid_argument("there is no kind of result file '" + std::string(kind) + "'");
 }

@@ -1,5 +1,7 @@
 #include "sample_flow.h"
 
+#include "common/exact_math.h"
+
 #include <algorithm>
 #include <cmath>
 #include <numbers>
@@ -69,7 +71,8 @@ public:
         drop_.assign(n, 0.0);
         for (std::size_t s = n - 1; s-- > 0;)
         {
-            drop_[s] = drop_[s + 1] + 0.5 * width_ * (std::pow(speed_[s], flowIndex) + std::pow(speed_[s + 1], flowIndex));
+            drop_[s] = drop_[s + 1] +
+                       0.5 * width_ * (common::fractionalPower(speed_[s], flowIndex) + common::fractionalPower(speed_[s + 1], flowIndex));
         }
     }
 

@@ -74,7 +74,7 @@ private:
             {
                 if (plastic)
                 {
-                    grid_.plasticVolume[static_cast<std::size_t>(i)] += std::pow(grid_.spacing, 3) / 8;
+                    grid_.plasticVolume[static_cast<std::size_t>(i)] += grid_.spacing * grid_.spacing * grid_.spacing / 8;
                 }
                 else
                 {

@@ -15,7 +15,7 @@ namespace
 using namespace opensuite;
 
 /// A face of one element. `key` are its nodes in ascending order, a triangle's with 0 in front.
-struct Face
+struct CellFace
 {
     std::array<std::int32_t, 4> key;
     std::array<std::int32_t, 4> node; // counter-clockwise as seen from outside the element; a triangle repeats its third
@@ -60,15 +60,15 @@ std::vector<std::uint8_t> facetNodes(const MeshZone& zone, std::span<const std::
     return mark;
 }
 
-std::vector<Face> facesWith(const MeshZone& zone, const std::vector<std::uint8_t>& mark)
+std::vector<CellFace> facesWith(const MeshZone& zone, const std::vector<std::uint8_t>& mark)
 {
-    std::vector<Face> faces;
+    std::vector<CellFace> faces;
     forAllElements(zone,
                    [&](std::int32_t element, CellKind kind, std::int32_t body, const std::int32_t* node)
                    {
                        for (const auto& f : facesOf(kind))
                        {
-                           Face face{{}, {}, element, body};
+                           CellFace face{{}, {}, element, body};
                            bool all = true;
                            for (int i = 0; i < 4 && all; ++i)
                            {
@@ -85,11 +85,11 @@ std::vector<Face> facesWith(const MeshZone& zone, const std::vector<std::uint8_t
                        }
                    });
     std::sort(faces.begin(), faces.end(),
-              [](const Face& a, const Face& b) { return a.key != b.key ? a.key < b.key : a.element < b.element; });
+              [](const CellFace& a, const CellFace& b) { return a.key != b.key ? a.key < b.key : a.element < b.element; });
     return faces;
 }
 
-void addPair(MeshZone& zone, const Face& a, const Face& b)
+void addPair(MeshZone& zone, const CellFace& a, const CellFace& b)
 {
     // the part first: its elements have the lower numbers
     if (a.body == body::part)
@@ -135,7 +135,7 @@ Vec3 nodePlace(const MeshZone& zone, std::int32_t node)
 
 void addFacets(MeshZone& zone, std::span<const std::uint8_t> outerNode)
 {
-    const std::vector<Face> faces = facesWith(zone, facetNodes(zone, outerNode));
+    const std::vector<CellFace> faces = facesWith(zone, facetNodes(zone, outerNode));
     std::vector<SurfaceFacet> outer;
     for (std::size_t i = 0; i < faces.size(); ++i)
     {

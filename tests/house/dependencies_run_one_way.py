@@ -1,6 +1,6 @@
 """Checks that the folders include each other in one direction only.
 
-tools -> include + opensuite, and the views of the mapping, so that it can tell how a value came about; resultmapping -> meshmapping -> platform;
+tools -> include + opensuite + common, and the views of the mapping, so that it can tell how a value came about; resultmapping -> meshmapping -> platform;
 all of them -> common -> nothing; interpolation -> platform. The exported headers include nothing but the standard library.
 """
 

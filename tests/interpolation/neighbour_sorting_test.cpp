@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <array>
 #include <limits>
+#include <numeric>
 #include <set>
 
 using meshes::Mesh;
@@ -161,6 +162,54 @@ TEST(SetSorting, neighbours_agree_with_sets_on_a_grid)
         const std::set<int>& set = expected[static_cast<std::size_t>(n)];
         EXPECT_TRUE(std::equal(row.begin() + 1, row.end(), set.begin(), set.end())) << n;
     }
+}
+
+TEST(NeighbourRows, stamps_give_the_rows_of_plain_gathering)
+{
+    using tav3d::interpolation::CountedTable;
+    std::mt19937 random(1);
+    const auto below = [&random](std::size_t n) { return static_cast<int>(random() % n); };
+    int rows = 0;
+    for (int round = 0; round < 5000; ++round)
+    {
+        const int nodes = round % 60;
+        meshes::Rows cells;
+        for (int c = nodes > 0 ? below(1 + 2 * static_cast<std::size_t>(nodes)) : 0; c > 0; --c)
+        {
+            std::vector<int> row(static_cast<std::size_t>(below(12))); // also empty, and with repeated nodes
+            for (int& node : row)
+                node = 1 + below(static_cast<std::size_t>(nodes));
+            cells.add(row);
+        }
+        const tav3d::interpolation::NumberedSpan<int* const> numbered(cells.data(), cells.count());
+        const CountedTable around = tav3d::interpolation::cellsAroundNodes(numbered, nodes);
+        const CountedTable plain = tav3d::interpolation::nodesAroundNodesPlain(numbered, nodes, around);
+        const CountedTable stamped = tav3d::interpolation::nodesAroundNodes(numbered, nodes, around);
+        for (int i = 0; i <= nodes; ++i, ++rows)
+            ASSERT_EQ(listOf(stamped.rows()[i]), listOf(plain.rows()[i])) << "round " << round << ", node " << i;
+    }
+    EXPECT_GT(rows, 100000);
+}
+
+TEST(NeighbourRows, rows_longer_than_a_block_are_kept_whole)
+{
+    std::vector<int> all(300000);
+    std::iota(all.rbegin(), all.rend(), 1);
+    meshes::Rows cells;
+    cells.add(all);
+    cells.add({1, 300000});
+    const tav3d::interpolation::NumberedSpan<int* const> second(cells.data() + 1, 1); // of that cell alone
+    tav3d::interpolation::CountedTable table(3);
+    table.addRow({});
+    table.addRow(all);
+    table.addRow(std::vector{5});
+    EXPECT_EQ(listOf(table.rows()[0]), (std::vector{0}));
+    EXPECT_EQ(table.rows()[1][0], 300000);
+    EXPECT_EQ(table.rows()[1][300000], 1);
+    EXPECT_EQ(listOf(table.rows()[2]), (std::vector{1, 5}));
+    EXPECT_EQ(
+        listOf(tav3d::interpolation::nodesAroundNodes(second, 300000, tav3d::interpolation::cellsAroundNodes(second, 300000)).rows()[1]),
+        (std::vector{2, 1, 300000}));
 }
 
 TEST(SetSorting, sorting_again_replaces_the_tables)

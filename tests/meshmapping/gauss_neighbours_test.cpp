@@ -1,5 +1,7 @@
 #include "meshmapping/gauss_neighbours.h"
 
+#include "common/exact_math.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -94,8 +96,8 @@ float selfWeightAtWidth(const std::vector<double>& d2, float lengthSquared, int 
     const double c = 1.0 - 0.1 * j;
     float s = 1.0f;
     for (double d : d2)
-        s = s -
-            static_cast<float>(std::exp(-d / (static_cast<double>(lengthSquared) * c * c) / static_cast<double>(3.92f))) * gaussNorm(pi);
+        s = s - static_cast<float>(common::exponential(-d / (static_cast<double>(lengthSquared) * c * c) / static_cast<double>(3.92f))) *
+                    gaussNorm(pi);
     return s;
 }
 
@@ -254,7 +256,8 @@ TEST(GaussSearch, a_remainder_above_the_limit_on_the_first_pass_is_not_narrowed)
     const auto rows = plate(1).search(); // three neighbours, at squared distances 1, 1, 2
     EXPECT_EQ(rows.selfWeight[1], selfWeightAtWidth({1, 1, 2}, 1.0f, 0));
     EXPECT_GT(rows.selfWeight[1], 0.023f);
-    EXPECT_EQ(rows.weight[1][1], static_cast<float>(std::exp(-1.0 / (1.0 * 1.0 * 1.0) / static_cast<double>(3.92f))) * gaussNorm(pi));
+    EXPECT_EQ(rows.weight[1][1],
+              static_cast<float>(common::exponential(-1.0 / (1.0 * 1.0 * 1.0) / static_cast<double>(3.92f))) * gaussNorm(pi));
     EXPECT_EQ(rows.weight[1][0], 0.0f);
     EXPECT_EQ(rows.weight[1][4], 0.0f);
 }

@@ -3,6 +3,7 @@
 
 #include "Tav3dMeshMappingArrary.h"
 
+#include "interpolation/value_evaluation.h"
 #include "opensuite/mesh_file.h"
 #include "support/mapping_checks.h"
 #include "support/mapping_models.h"
@@ -10,6 +11,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstdlib>
 #include <memory>
 #include <new>
@@ -258,6 +260,57 @@ TEST(MappingOwnership, the_self_test_leaves_its_three_arrays_each_time)
                       object.test();
                   }),
               6 + firstTables);
+}
+
+// Elements are made, asked and deleted as the engine does it, on a regular, a distorted, a collapsed and a flat cell, at a node, inside and outside.
+TEST(ElementEvaluation, allocates_nothing_but_one_object_of_each_element)
+{
+    const double x[] = {0, 0, 1, 1, 0, 0, 1, 1, 0};
+    const double y[] = {0, 0, 0, 1, 1, 0, 0, 1, 1};
+    const double z[] = {0, 0, 0, 0, 0, 1, 1, 1, 1};
+    double distorted[9];
+    for (int i = 0; i < 9; ++i)
+        distorted[i] = z[i] + 0.07 * i * (i % 3 - 1);
+    const double flat[9] = {};
+    const int rows[][9] = {
+        {4, 1, 2, 4, 5}, {5, 1, 2, 3, 4, 5}, {6, 1, 2, 4, 5, 6, 8}, {8, 1, 2, 3, 4, 5, 6, 7, 8}, {8, 1, 2, 3, 3, 5, 6, 7, 7}};
+    const int faces[][5] = {{3, 1, 2, 4}, {4, 1, 2, 3, 4}};
+
+    double total = 0.0;
+    const auto evaluateAll = [&]
+    {
+        for (const double* height : {z, static_cast<const double*>(distorted), flat})
+        {
+            const interpolation::NumberedPoints nodes(x, y, height, 8);
+            const auto value = [](int node) { return static_cast<double>(node); };
+            for (const interpolation::Point& p : {interpolation::Point{0, 0, 0}, {0.2, 0.3, 0.25}, {1.5, 0.5, 0.5}, {300, 0, 0}})
+            {
+                for (const auto& row : rows)
+                {
+                    interpolation::ElementNodes element = interpolation::gatherElement(row, nodes, value);
+                    interpolation::evaluateShape(element, p);
+                    total += element.sum();
+                }
+                for (const auto& row : faces)
+                {
+                    interpolation::ElementNodes face = interpolation::gatherElement(row, nodes, value);
+                    interpolation::evaluateFaceShape(face, p);
+                    total += face.sum();
+                }
+            }
+        }
+    };
+    evaluateAll();
+    const double once = total;
+    const long before = allocations;
+    for (int repeat = 0; repeat < 100; ++repeat)
+    {
+        total = 0.0;
+        evaluateAll();
+    }
+    EXPECT_EQ(allocations, before);
+    EXPECT_EQ(total, once);
+    EXPECT_TRUE(std::isfinite(total));
 }
 
 } // namespace

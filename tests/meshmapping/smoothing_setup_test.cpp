@@ -1,5 +1,6 @@
 #include "meshmapping/smoothing_setup.h"
 
+#include "common/exact_math.h"
 #include "meshmapping/gauss_neighbours.h"
 
 #include <gtest/gtest.h>
@@ -79,7 +80,7 @@ TEST(SmoothingSetup, weights_follow_the_formula_and_entry_zero_is_their_remainde
     {
         const double d = table.neighbour[10][t] - 10.0;
         const double h = 1.0 * 4.0 * 1.0;
-        const float w = static_cast<float>(std::exp(-(d * d / h / static_cast<double>(3.92f)))) * gaussNorm(pi);
+        const float w = static_cast<float>(common::exponential(-(d * d / h / static_cast<double>(3.92f)))) * gaussNorm(pi);
         EXPECT_EQ(table.weight[10][t], w) << "entry " << t;
         rest = rest - w;
     }
@@ -120,7 +121,8 @@ TEST(SmoothingSetup, a_crowded_kernel_is_narrowed_until_enough_is_left)
         {
             const auto id = static_cast<std::size_t>(table.neighbour[centre][t]);
             const double dx = 1.0 - points.x[id], dy = 1.0 - points.y[id], dz = 1.0 - points.z[id];
-            rest = rest - static_cast<float>(std::exp(-((dy * dy + dx * dx + dz * dz) / h / static_cast<double>(3.92f)))) * gaussNorm(pi);
+            rest = rest - static_cast<float>(common::exponential(-((dy * dy + dx * dx + dz * dz) / h / static_cast<double>(3.92f)))) *
+                              gaussNorm(pi);
         }
         return rest;
     };

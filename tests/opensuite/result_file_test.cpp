@@ -132,6 +132,27 @@ TEST(ResultFile, values_behind_an_id_map_come_back_at_their_nodes_and_zero_elsew
     EXPECT_EQ(fullResult(6, 1, read.inform, read.reader), (std::vector<float>{1, 2, 3, 4, 5, 6}));
 }
 
+TEST(ResultFile, array_that_serves_item_after_item_keeps_nothing_of_the_one_before)
+{
+    const ScratchFolder folder;
+    ASSERT_EQ(writeSampleResult(folder.file("a.q7f")), 0);
+    OpenSample read(folder.file("a.q7f"));
+    int n = 0;
+    for (int round = 0; round < 3; ++round)
+    {
+        float* whole = CBinaryWriteTools::FullResultFromMappingResult_Create(6, 1, read.inform, read.reader, n);
+        ASSERT_EQ(n, 6);
+        EXPECT_EQ(std::vector<float>(whole, whole + 7), (std::vector<float>{0, 1, 2, 3, 4, 5, 6}));
+        std::fill_n(whole, 7, 77.0f); // as a caller may
+        const float* listed = CBinaryWriteTools::FullResultFromMappingResult_Create(21, 3, read.inform, read.reader, n);
+        ASSERT_EQ(n, 6);
+        EXPECT_EQ(std::vector<float>(listed, listed + 7), (std::vector<float>{0, 0, 20, 30, 0, 0, 60}));
+        const float* nowhere = CBinaryWriteTools::FullResultFromMappingResult_Create(40, 5, read.inform, read.reader, n);
+        ASSERT_EQ(n, 6);
+        EXPECT_EQ(std::vector<float>(nowhere, nowhere + 7), std::vector<float>(7, 0.0f));
+    }
+}
+
 TEST(ResultFile, map_without_nodes_is_a_map_in_use)
 {
     const ScratchFolder folder;

@@ -1,6 +1,6 @@
 #pragma once
 
-// A file that another process keeps open without letting anybody else in, as virus scanners, viewers and backups do. Windows only.
+// A file that is kept open without letting anybody else in, as virus scanners, viewers and backups do. Windows only.
 
 #include "common/file_names.h"
 
@@ -16,7 +16,7 @@
 namespace tav3d::test
 {
 
-/// Lives in the process that holds the file: this one, which is the same to Windows, unless the file is held by way of hold_file.exe.
+/// In this process; to Windows that is the same as in another.
 class HeldFile
 {
 public:

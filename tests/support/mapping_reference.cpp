@@ -1,5 +1,7 @@
 #include "mapping_reference.h"
 
+#include "common/exact_math.h"
+
 #include <algorithm>
 #include <cmath>
 #include <set>
@@ -192,7 +194,8 @@ GaussRowReference gaussRowReference(const VoxelReference& v, int start)
         const double c = 1.0 - 0.1 * j;
         for (const auto& [d2, node] : sorted)
         {
-            const float w = static_cast<float>(std::exp(-d2 / (v.elementLengthSquared * c * c) / static_cast<double>(3.92f))) * norm;
+            const float w =
+                static_cast<float>(common::exponential(-d2 / (v.elementLengthSquared * c * c) / static_cast<double>(3.92f))) * norm;
             row.self = row.self - w;
             row.node.push_back(node);
             row.weight.push_back(w);

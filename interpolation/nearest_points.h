@@ -1,0 +1,69 @@
+#pragma once
+
+#include "interpolation/point_index.h"
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+namespace tav3d::interpolation
+{
+
+/// A point that a search has met: its number and its squared distance. Ordered by distance, then by number.
+struct Found
+{
+    double square;
+    std::int32_t number;
+
+    friend bool operator<(const Found& a, const Found& b) { return a.square < b.square || (a.square == b.square && a.number < b.number); }
+};
+
+/// Keeps the nearest of the points that are nearer than `within`, ascending, in `best`, which is never full of anything else: what no point
+/// was found for has number 0.
+class KeepNearest
+{
+public:
+    static constexpr bool usesReach = false;
+    std::array<double, 3> target;
+
+    KeepNearest(const Point& from, double within, std::span<Found> best)
+        : target{from.x, from.y, from.z}
+        , best_(best)
+    {
+        for (Found& found : best)
+            found = {within, 0};
+    }
+
+    [[nodiscard]] SearchLimits limits() const { return {.square = best_.back().square, .number = best_.back().number}; }
+
+    void meet(double square, double /*reach*/, std::int32_t number)
+    {
+        const Found found{square, number};
+        if (!(found < best_.back()))
+            return;
+        std::size_t i = best_.size() - 1;
+        for (; i > 0 && found < best_[i - 1]; --i)
+            best_[i] = best_[i - 1];
+        best_[i] = found;
+    }
+
+private:
+    std::span<Found> best_;
+};
+
+/// selectNearest (neighbour_sorting.h) for many targets over the same points: the same numbers, without looking at most of the points.
+class NearestPoints
+{
+public:
+    /// The coordinates are copied. k is what select() is asked for at most.
+    NearestPoints(const NumberedPoints& points, int k);
+
+    /// Writes the numbers of the k nearest points into out[1..k], nearest first; out[0] is left alone.
+    void select(const Point& target, int k, int* out);
+
+private:
+    PointIndex index_;
+    std::vector<Found> best_;
+};
+
+} // namespace tav3d::interpolation

@@ -1,0 +1,10 @@
+// The fast shape functions, four lanes in one register.
+
+#include "fast_shapes.h"
+
+#define TAV3D_LANES_AVX2
+#include "four_lanes.h"
+
+#include "fast_shapes_lanes.h"
+
+const tav3d::opensuite::FastShapes tav3d::opensuite::avx2::fastShapes = {fastTetra, fastPrism, fastHexa};
