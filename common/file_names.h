@@ -20,6 +20,10 @@ namespace tav3d::common
 /// "\\?\" keeps what it has: Windows takes no other separator behind that.)
 [[nodiscard]] std::string genericNameOf(const std::filesystem::path& path);
 
+/// The path of the file `name` in a folder, with the kind of separator that the folder's name has, so that what users wrote comes back as they wrote it;
+/// '/' where it has none, so that the same call prints the same on every system.
+[[nodiscard]] std::filesystem::path inFolder(const std::filesystem::path& folder, const std::filesystem::path& name);
+
 /// The C runtime's removal and renaming of files, for names in UTF-8. 0 = done. Renaming does not replace a file on Windows.
 int removeFile(const char* name);
 int renameFile(const char* oldName, const char* newName);
