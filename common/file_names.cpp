@@ -58,7 +58,17 @@ std::string nameOf(const fs::path& path)
 
 std::string genericNameOf(const fs::path& path)
 {
+    if (path.native().starts_with(LR"(\\?\)"))
+        return nameOf(path);
     return path.empty() ? std::string() : narrowed(path.generic_wstring());
+}
+
+fs::path inFolder(const fs::path& folder, const fs::path& name)
+{
+    const std::wstring& text = folder.native();
+    if (text.empty() || text.find(L'\\') != std::wstring::npos || text.ends_with(L'/') || text.ends_with(L':'))
+        return folder / name;
+    return {text + L'/' + name.native()};
 }
 
 int removeFile(const char* name)
@@ -97,6 +107,11 @@ std::string nameOf(const fs::path& path)
 std::string genericNameOf(const fs::path& path)
 {
     return path.generic_string();
+}
+
+fs::path inFolder(const fs::path& folder, const fs::path& name)
+{
+    return folder / name;
 }
 
 int removeFile(const char* name)

@@ -74,7 +74,7 @@ void runSample(const SampleArguments& arguments)
     json.beginArray();
     for (const std::string& kind : arguments.kinds)
     {
-        const std::string file = common::nameOf(folder / common::pathOf(arguments.meshFile).stem()) + kind;
+        const std::string file = common::nameOf(common::inFolder(folder, common::pathOf(arguments.meshFile).stem())) + kind;
         const std::vector<SampleItem> items = sampleItems(fields, kind);
         writeSampleResult(fields, items, model, file);
         arguments.json ? addJson(json, file, kind, items) : printText(file, items);

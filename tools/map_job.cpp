@@ -54,7 +54,9 @@ double secondsSince(std::chrono::steady_clock::time_point begin)
 /// "part_vox.q7f" for "part.q7f": the driver's rule, for a path whose file name has an extension.
 fs::path voxPathOf(const fs::path& file)
 {
-    return file.parent_path() / pathOf(nameOf(file.stem()) + "_vox" + nameOf(file.extension()));
+    fs::path vox = file;
+    vox.replace_filename(pathOf(nameOf(file.stem()) + "_vox" + nameOf(file.extension())));
+    return vox;
 }
 
 void checkExtension(const fs::path& file)
@@ -243,7 +245,7 @@ std::vector<MapTask> makeMapTasks(const std::vector<std::string>& results, const
             fail(result, "named twice");
         MapTask task{path, path};
         if (!output.empty())
-            task.target = intoFolder || results.size() > 1 ? outputPath / task.source.filename() : outputPath;
+            task.target = intoFolder || results.size() > 1 ? common::inFolder(outputPath, task.source.filename()) : outputPath;
         tasks.push_back(task);
     }
     if (output.empty())

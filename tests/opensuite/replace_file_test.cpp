@@ -9,11 +9,9 @@
 #include <vector>
 
 #ifdef _WIN32
-#define WIN32_LEAN_AND_MEAN
-#ifndef NOMINMAX
-#define NOMINMAX
-#endif
-#include <windows.h>
+#include "support/held_file.h"
+
+#include <thread>
 
 #include <tlhelp32.h>
 #else
@@ -78,6 +76,39 @@ TEST(ReplaceFile, missing_finished_file_is_an_error_and_leaves_the_target)
     EXPECT_THROW(replaceFile(folder.file("missing"), folder.file("part.q7f")), std::filesystem::filesystem_error);
     EXPECT_EQ(readBytes(folder.file("part.q7f")), "old");
 }
+
+#ifdef _WIN32
+
+TEST(ReplaceFile, target_that_is_held_for_a_while_is_replaced_when_it_is_let_go)
+{
+    const ScratchFolder folder;
+    writeBytes(folder.file("part.q7f"), "old");
+    writeBytes(folder.file("finished"), "new");
+    HeldFile held(folder.file("part.q7f"), FILE_SHARE_READ); // readable, but neither to be written nor to be replaced
+    std::thread letsGo(
+        [&]
+        {
+            Sleep(120);
+            held.release();
+        });
+    EXPECT_NO_THROW(replaceFile(folder.file("finished"), folder.file("part.q7f")));
+    letsGo.join();
+    EXPECT_EQ(readBytes(folder.file("part.q7f")), "new");
+    EXPECT_EQ(folder.entries(), 1);
+}
+
+TEST(ReplaceFile, target_that_stays_held_is_an_error_and_both_files_stay)
+{
+    const ScratchFolder folder;
+    writeBytes(folder.file("part.q7f"), "old");
+    writeBytes(folder.file("finished"), "new");
+    const HeldFile held(folder.file("part.q7f"), FILE_SHARE_READ);
+    EXPECT_THROW(replaceFile(folder.file("finished"), folder.file("part.q7f")), std::filesystem::filesystem_error);
+    EXPECT_EQ(readBytes(folder.file("part.q7f")), "old");
+    EXPECT_EQ(readBytes(folder.file("finished")), "new");
+}
+
+#endif
 
 TEST(AbandonedTemporaries, those_of_ended_processes_go_and_all_others_stay)
 {

@@ -181,15 +181,14 @@ TEST(ResultOnMesh, mesh_file_is_no_result_and_result_is_no_mesh)
     ASSERT_EQ(writer.BeginWriting(f.folder.file("runs/b.q7f").c_str(), nullptr, false), 0);
     f.d.m_strMeshFile = f.folder.file("runs/a.q7f");
     expectOneLine(errorOutput([&] { EXPECT_EQ(CBinaryWriteTools::WriteHeadFileInfo_time(f.d, writer, 0), -3); }),
-                  {"runs/a.q7f", "is no mesh file"});
+                  {f.folder.file("runs/a.q7f"), "is no mesh file"});
 }
 
 TEST(ResultOnMesh, names_with_blanks_and_letters_of_other_alphabets_are_fine)
 {
     MeshFolder f;
-    const fs::path folder = f.folder.path() / "Gehäuse Läufe";
-    fs::create_directory(folder);
-    const std::string file = (folder / "größe 1.q7f").string();
+    fs::create_directory(common::pathOf(f.folder.file("Gehäuse Läufe")));
+    const std::string file = f.folder.file("Gehäuse Läufe/größe 1 漢字.q7f");
     ASSERT_EQ(writeResult(file, f.d, f.values), 0);
     CTAV3DResultReader_Manipulator reader;
     ASSERT_EQ(reader.BeginReading(file.c_str(), nullptr), 0);

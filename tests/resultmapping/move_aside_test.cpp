@@ -1,6 +1,9 @@
 #include "resultmapping/move_aside.h"
 
 #include "support/scratch_folder.h"
+#ifdef _WIN32
+#include "support/held_file.h"
+#endif
 
 #include <gtest/gtest.h>
 
@@ -100,3 +103,55 @@ TEST(MoveAside, existing_vox_file_is_replaced_by_the_moved_file)
     EXPECT_EQ(tav3d::test::readBytes(folder.file("part_vox.q7f")), "new");
     EXPECT_EQ(folder.entries(), 1) << "the old name is free";
 }
+
+#ifdef _WIN32
+
+TEST(MoveAside, old_file_that_is_held_for_a_while_is_removed_when_it_is_let_go)
+{
+    const tav3d::test::ScratchFolder folder;
+    const std::string file = folder.file("part.q7f");
+    const std::string old = folder.file("part_vox.q7f");
+    tav3d::test::writeBytes(file, "new");
+    tav3d::test::writeBytes(old, "old");
+    // Let go in the second wait, so that the third try is the one that removes it.
+    static int waits;
+    static tav3d::test::HeldFile* holder;
+    tav3d::test::HeldFile held(old);
+    waits = 0;
+    holder = &held;
+    FileCalls calls = systemFileCalls();
+    calls.wait = [](int)
+    {
+        if (++waits == 2)
+            holder->release();
+    };
+    EXPECT_EQ(moveAside(file.c_str(), old, calls), 1);
+    EXPECT_EQ(waits, 2);
+    EXPECT_EQ(tav3d::test::readBytes(old), "new");
+    EXPECT_EQ(folder.entries(), 1);
+}
+
+TEST(MoveAside, file_that_is_held_for_a_while_is_renamed_when_it_is_let_go)
+{
+    const tav3d::test::ScratchFolder folder;
+    const std::string file = folder.file("part.q7f");
+    const std::string newName = folder.file("part_vox.q7f");
+    tav3d::test::writeBytes(file, "content");
+    static int waits;
+    static tav3d::test::HeldFile* holder;
+    tav3d::test::HeldFile held(file);
+    waits = 0;
+    holder = &held;
+    FileCalls calls = systemFileCalls();
+    calls.wait = [](int)
+    {
+        if (++waits == 3 + 4) // three after removals, as there is nothing to remove
+            holder->release();
+    };
+    EXPECT_EQ(moveAside(file.c_str(), newName, calls), 1);
+    EXPECT_EQ(waits, 7);
+    EXPECT_EQ(tav3d::test::readBytes(newName), "content");
+    EXPECT_EQ(folder.entries(), 1);
+}
+
+#endif

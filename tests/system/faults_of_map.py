@@ -10,7 +10,7 @@ import shutil
 import subprocess
 
 import scene
-from scene import Scene, digest, done, names, run, vox
+from scene import Scene, digest, done, names, not_under_wine, run, vox
 
 NOBODY = 65534
 
@@ -128,6 +128,7 @@ class Faults(Scene):
         vox(bad).chmod(0o444)
         self.check_beside_a_good_file(bad, "write-protected", named=vox(bad))
 
+    @not_under_wine("locks of Linux programs are none for Windows programs; FileAccess tests cover those of Windows")
     def test_locked_result(self):
         bad = self.copy(".q7f", "locked.q7f", self.work)
         with bad.open("r+b") as writer:
@@ -135,6 +136,7 @@ class Faults(Scene):
             self.check_beside_a_good_file(bad, "in use by another program")
         done("map", self.mesh, bad, "-o", self.work / "later.q7f")  # free again
 
+    @not_under_wine("locks of Linux programs are none for Windows programs; FileAccess tests cover those of Windows")
     def test_result_with_a_locked_region(self):
         bad = self.copy(".q7f", "locked.q7f", self.work)
         with bad.open("r+b") as writer:
@@ -143,6 +145,7 @@ class Faults(Scene):
         self.assert_reported(outcome, bad, "in use by another program")
         self.assert_untouched({bad: digest(self.model / "part.q7f"), self.good: digest(self.good)})
 
+    @not_under_wine("locks of Linux programs are none for Windows programs; FileAccess tests cover those of Windows")
     def test_result_that_others_read_is_mapped(self):
         bad = self.copy(".q7f", "read.q7f", self.work)
         with bad.open("rb") as viewer:
@@ -256,6 +259,7 @@ class Faults(Scene):
             if os.getuid() == 0:
                 shutil.chown(path, NOBODY, NOBODY)
 
+    @not_under_wine("another user's wine is no part of this test")
     def test_target_folder_read_only(self):
         target = self.folder / "read-only"
         target.mkdir()
@@ -268,6 +272,7 @@ class Faults(Scene):
         self.assertEqual(names(target), [])
         target.chmod(0o755)
 
+    @not_under_wine("another user's wine is no part of this test")
     def test_folder_read_only_in_place(self):
         self.give_to_nobody(self.work, self.good)
         self.work.chmod(0o555)
@@ -277,6 +282,7 @@ class Faults(Scene):
         self.assert_untouched(before)
         self.work.chmod(0o755)
 
+    @not_under_wine("another user's wine is no part of this test")
     def test_result_that_may_not_be_read(self):
         bad = self.copy(".q7f", "secret.q7f", self.work)
         self.give_to_nobody(self.work, bad, self.good)
@@ -297,6 +303,7 @@ class Faults(Scene):
     def sizes(self):
         return [0, 4096, 100_000, (self.mapped / "part.q7f").stat().st_size - 1]
 
+    @not_under_wine("the limit would hold for wine's own files too")
     def test_no_room_in_place(self):
         for limit in self.sizes():
             for old in (None, b"old"):
@@ -312,6 +319,7 @@ class Faults(Scene):
                     self.assertEqual(set(names(self.work)) - {"part_vox.q7f"}, {"good.q7p", "part.q7f"})
                     vox(bad).unlink(missing_ok=True)
 
+    @not_under_wine("the limit would hold for wine's own files too")
     def test_no_room_elsewhere(self):
         for limit in self.sizes():
             with self.subTest(limit=limit):
@@ -319,6 +327,7 @@ class Faults(Scene):
                                      self.work / "mapped.q7p", "be written")
                 self.assertEqual(names(self.work), ["good.q7p"])
 
+    @not_under_wine("the limit would hold for wine's own files too")
     def test_no_room_to_replace_an_older_mapped_result(self):
         # The older result stays, and must not be taken for a new one.
         for in_place in (False, True):
@@ -332,6 +341,7 @@ class Faults(Scene):
                 self.assert_reported(self.limited("map", self.mesh, *where, limit=100_000), target, "could not be written")
                 self.assert_untouched(before)
 
+    @not_under_wine("the limit would hold for wine's own files too")
     def test_no_room_after_an_interrupted_run(self):
         # The voxel data stand under their "_vox" name alone, and stay there.
         target = self.work / "part.q7f"
@@ -344,6 +354,7 @@ class Faults(Scene):
         self.assertIn("after an interrupted run", outcome.stderr)
         self.assert_untouched({**before, target: digest(self.mapped / "part.q7f")})
 
+    @not_under_wine("wine does not run in a name space of its own")
     def test_full_disk(self):
         program = """
 set -e

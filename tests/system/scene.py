@@ -13,6 +13,12 @@ KINDS = [".q7f", ".q7p", ".q7c", ".q7hc", ".rsf", ".rsc"]
 DATA = pathlib.Path(__file__).resolve().parents[2] / "data"
 
 TAV3D = os.path.abspath(sys.argv.pop(1)) if len(sys.argv) > 1 else None  # the first argument of every script
+UNDER_WINE = "TAV3D_TEST_UNDER_WINE" in os.environ  # the program is the one for Windows
+
+
+def not_under_wine(reason):
+    """Leaves a test out where the program runs under wine."""
+    return unittest.skipIf(UNDER_WINE, reason)
 
 
 def run(*arguments, **options):

@@ -37,7 +37,7 @@ TEST_F(SampleCommand, all_kinds_are_written_marked_as_samples_and_open_again)
     EXPECT_EQ(outcome.errors, "");
     for (const std::string_view kind : tools::sampleKinds)
     {
-        const std::string file = results + "/part" + std::string(kind);
+        const std::string file = folder.file("results/part" + std::string(kind));
         EXPECT_NE(outcome.output.find(file), std::string::npos);
         CTAV3DResultReader_Manipulator reader;
         ASSERT_EQ(reader.BeginReading(file.c_str(), nullptr), 0);
@@ -95,7 +95,7 @@ TEST_F(SampleCommand, same_model_gives_the_same_bytes)
     ASSERT_EQ(runCommand({"sample", mesh, "-o", folder.file("again")}).status, 0);
     for (const std::string_view kind : tools::sampleKinds)
     {
-        EXPECT_TRUE(readBytes(results + "/part" + std::string(kind)) == readBytes(folder.file("again/part" + std::string(kind))));
+        EXPECT_TRUE(readBytes(folder.file("results/part" + std::string(kind))) == readBytes(folder.file("again/part" + std::string(kind))));
     }
 }
 

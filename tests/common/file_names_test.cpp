@@ -1,0 +1,61 @@
+#include "common/file_names.h"
+
+#include "support/scratch_folder.h"
+
+#include <gtest/gtest.h>
+
+using namespace tav3d::common;
+using namespace tav3d::test;
+
+TEST(FileNames, come_back_as_they_were)
+{
+    for (const char* name : {"", "part.krn", "model/part.krn", "Gehäuse ñ/Läufe 部品 (α) 😀.q7f", "C:/a b/c.q7f", "../x"})
+        EXPECT_EQ(nameOf(pathOf(name)), name);
+}
+
+TEST(FileNames, in_a_folder_have_the_separator_of_the_folder)
+{
+    EXPECT_EQ(nameOf(inFolder(pathOf("runs/mapped"), pathOf("ä.q7f"))), "runs/mapped/ä.q7f");
+    EXPECT_EQ(nameOf(inFolder(pathOf("runs/"), pathOf("a.q7f"))), "runs/a.q7f");
+    EXPECT_EQ(nameOf(inFolder({}, pathOf("a.q7f"))), "a.q7f");
+    EXPECT_EQ(nameOf(inFolder(pathOf("runs"), pathOf("a.q7f"))), "runs/a.q7f");
+#ifdef _WIN32
+    EXPECT_EQ(nameOf(inFolder(pathOf("C:\\runs"), pathOf("a.q7f"))), "C:\\runs\\a.q7f");
+    EXPECT_EQ(nameOf(inFolder(pathOf("C:\\runs\\"), pathOf("a.q7f"))), "C:\\runs\\a.q7f");
+    EXPECT_EQ(genericNameOf(pathOf("C:\\Läufe\\a.q7f")), "C:/Läufe/a.q7f");
+    EXPECT_EQ(genericNameOf(pathOf("\\\\?\\C:\\Läufe\\a.q7f")), "\\\\?\\C:\\Läufe\\a.q7f");
+    EXPECT_EQ(nameOf(inFolder(pathOf("C:"), pathOf("a.q7f"))), "C:a.q7f");
+#endif
+}
+
+TEST(FileNames, name_the_same_file_for_removal_and_renaming)
+{
+    const ScratchFolder folder;
+    const std::string from = folder.file("Läufe 部品.q7f");
+    const std::string to = folder.file("α β.q7f");
+    writeBytes(from, "content");
+    EXPECT_EQ(renameFile(from.c_str(), to.c_str()), 0);
+    EXPECT_EQ(readBytes(to), "content");
+    EXPECT_NE(renameFile(from.c_str(), to.c_str()), 0);
+    EXPECT_EQ(removeFile(to.c_str()), 0);
+    EXPECT_NE(removeFile(to.c_str()), 0);
+    EXPECT_EQ(folder.entries(), 0);
+}
+
+#ifdef _WIN32
+
+TEST(FileNames, that_are_no_utf8_are_in_the_code_page_of_the_system)
+{
+    const std::wstring inCodePage = pathOf("\xe4.q7f").native();
+    EXPECT_EQ(inCodePage.substr(1), L".q7f");
+    EXPECT_EQ(pathOf("\xc3\xa4.q7f").native(), L"\u00e4.q7f");
+}
+
+TEST(FileNames, longer_than_windows_takes_are_told_in_failures)
+{
+    const std::string name = "C:\\" + std::string(250, 'x') + "\\" + std::string(20, 'y');
+    EXPECT_EQ(ifTooLong(pathOf(name)), "; its path has 274 characters, and Windows takes 259 unless long paths are enabled");
+    EXPECT_EQ(ifTooLong(pathOf("C:\\part.q7f")), "");
+}
+
+#endif
