@@ -10,7 +10,7 @@ namespace
 
 constexpr std::int64_t million = 1000000;
 
-constexpr RatioTarget ratios[] = {
+constexpr RatioTarget ratioTargets[] = {
     // Multiquadric quadrature at one data point.
     {"quadrature_hexa27", "ours", "plain", 0, 15.0},
     {"quadrature_hexa27", "ours_sse2", "plain", 0, 7.0},
@@ -40,18 +40,18 @@ constexpr RatioTarget ratios[] = {
     {"map_ten_items", "ours", "hdf5", million, 1.0 / 1.3},
 };
 
-constexpr GrowthTarget growth[] = {
+constexpr GrowthTarget growthTargets[] = {
     {"quadrature_growth", 1.15}, {"sorting_uniform", 1.15},        {"sorting_clustered", 1.15}, {"neighbour_rows", 1.15},
     {"search_tree_build", 1.15}, {"search_tree_nearest", 1.15},    {"gauss_search", 1.15},      {"cut_cell_search", 1.15},
     {"model_loading", 1.15},     {"search_tree_data_point", 1.15}, {"map_ten_items", 1.15},     {"smoothing_and_pick_up", 1.15},
     {"shape_tetra", 1.15},       {"shape_hexa_distorted", 1.15},
 };
 
-constexpr CounterTarget counters[] = {
+constexpr CounterTarget counterTargets[] = {
     {"model_loading", "memory_over_tables", 1.2},
 };
 
-constexpr Targets all{ratios, growth, counters};
+constexpr Targets all{ratioTargets, growthTargets, counterTargets};
 
 } // namespace
 

@@ -201,7 +201,8 @@ private:
         H5Pset_fclose_degree(access.get(), H5F_CLOSE_STRONG);
         output_ = std::make_unique<CgnsOutput>(temporary_);
         if (output_->failed())
-            throw FileError(FileFailure::CannotWrite, target_, "", "a file cannot be created in its folder" + common::ifTooLong(temporary_));
+            throw FileError(FileFailure::CannotWrite, target_, "",
+                            "a file cannot be created in its folder" + common::ifTooLong(temporary_));
         output_->attachTo(access.get());
         file_ = File(H5Fcreate(common::nameOf(temporary_).c_str(), H5F_ACC_TRUNC, creation.get(), access.get()));
         if (!file_)

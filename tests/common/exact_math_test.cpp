@@ -9,7 +9,7 @@
 #include <limits>
 #include <random>
 
-namespace tav3d::common
+namespace tav3d::common::exact_math_test
 {
 namespace
 {
@@ -197,4 +197,4 @@ TEST(FractionalPower, has_the_same_bits_on_every_system)
 }
 
 } // namespace
-} // namespace tav3d::common
+} // namespace tav3d::common::exact_math_test

@@ -4,6 +4,9 @@
 
 #include <gtest/gtest.h>
 
+namespace file_names_test
+{
+
 using namespace tav3d::common;
 using namespace tav3d::test;
 
@@ -59,3 +62,5 @@ TEST(FileNames, longer_than_windows_takes_are_told_in_failures)
 }
 
 #endif
+
+} // namespace file_names_test

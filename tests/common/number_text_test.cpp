@@ -8,7 +8,7 @@
 #include <limits>
 #include <random>
 
-namespace tav3d::common
+namespace tav3d::common::number_text_test
 {
 namespace
 {
@@ -67,4 +67,4 @@ TEST(NumberText, agrees_with_the_c_library_on_numbers_of_all_sizes)
 }
 
 } // namespace
-} // namespace tav3d::common
+} // namespace tav3d::common::number_text_test

@@ -6,6 +6,9 @@
 #include <type_traits>
 #include <vector>
 
+namespace numbered_span_test
+{
+
 using tav3d::common::listItems;
 using tav3d::common::NumberedSpan;
 
@@ -47,3 +50,5 @@ TEST(CountedLists, a_missing_row_and_a_count_below_one_have_no_items)
     EXPECT_TRUE(listItems(none).empty());
     EXPECT_TRUE(listItems(negative).empty());
 }
+
+} // namespace numbered_span_test

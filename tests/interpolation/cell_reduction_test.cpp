@@ -11,6 +11,9 @@
 #include <numeric>
 #include <random>
 
+namespace cell_reduction_test
+{
+
 using meshes::Mesh;
 using meshes::setMesh;
 using tav3d::interpolation::ReduceCellToHexa;
@@ -154,3 +157,5 @@ TEST(CellReduction, without_a_large_cell_or_without_the_flag_nothing_is_rewritte
             EXPECT_EQ(mesh.cell.row(c), before.cell.row(c));
     }
 }
+
+} // namespace cell_reduction_test

@@ -9,6 +9,9 @@
 #include <random>
 #include <vector>
 
+namespace dense_lu_test
+{
+
 using namespace tav3d::interpolation;
 
 #ifdef TAV3D_TEST_HAS_LAPACK
@@ -300,3 +303,5 @@ TEST(DenseLuDeathTest, fatal_error_writes_any_text_between_its_two_lines)
     ::testing::GTEST_FLAG(death_test_style) = "threadsafe";
     EXPECT_EXIT(nrerror("some text"), ::testing::ExitedWithCode(1), "^Numerical Recipes run-time error\\.\\.\\.\nsome text\n\\.\\.\\.now");
 }
+
+} // namespace dense_lu_test

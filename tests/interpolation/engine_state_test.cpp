@@ -11,6 +11,9 @@
 #include <new>
 #include <type_traits>
 
+namespace engine_state_test
+{
+
 using meshes::Mesh;
 using meshes::Points;
 using meshes::printed;
@@ -393,3 +396,5 @@ TEST(Fields, host_fields_are_borrowed_by_number)
     EXPECT_EQ(engine.m_ppPhiValue[0], nullptr);
     EXPECT_EQ(engine.m_ppPhiValue[1], nullptr);
 }
+
+} // namespace engine_state_test

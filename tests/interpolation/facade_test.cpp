@@ -11,6 +11,9 @@
 #include <array>
 #include <cmath>
 
+namespace facade_test
+{
+
 using meshes::Mesh;
 using meshes::Points;
 using meshes::Rows;
@@ -141,3 +144,5 @@ TEST(Facade, loaded_fields_are_evaluated_in_cells_and_on_faces)
     facade.GetFaceData(4, 2, faces.data(), q.x.data(), q.y.data(), q.z.data(), values.data());
     EXPECT_EQ(values[1], -1.0) << "there are fields 0 to 3";
 }
+
+} // namespace facade_test

@@ -13,6 +13,9 @@
 #include <limits>
 #include <random>
 
+namespace mq_quadrature_test
+{
+
 using meshes::Mesh;
 using meshes::Points;
 using meshes::sort;
@@ -667,3 +670,5 @@ TEST(GetInterpolation, error_of_a_smooth_field_falls_as_the_mesh_is_refined)
     EXPECT_LT(fine, middle);
     EXPECT_LT(fine, 0.01);
 }
+
+} // namespace mq_quadrature_test

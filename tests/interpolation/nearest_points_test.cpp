@@ -7,6 +7,9 @@
 
 #include <cstring>
 
+namespace nearest_points_test
+{
+
 using clouds::Kind;
 using clouds::Places;
 using meshes::Points;
@@ -118,3 +121,5 @@ TEST(NearestPoints, points_spread_over_all_magnitudes_give_what_scans_give)
     Places places(Kind::Scattered, 4);
     compare(points, places, 300, 4);
 }
+
+} // namespace nearest_points_test

@@ -13,6 +13,9 @@
 #include <numeric>
 #include <set>
 
+namespace neighbour_sorting_test
+{
+
 using meshes::Mesh;
 using meshes::Points;
 using meshes::Rows;
@@ -281,3 +284,5 @@ TEST(SetSortingDeathTest, data_point_that_is_not_a_number_meets_empty_neighbourh
     double value = -1;
     EXPECT_EXIT(engine.GetInterpolation(1, phi.data(), value), ::testing::ExitedWithCode(1), "Singular matrix in routine ludcmp");
 }
+
+} // namespace neighbour_sorting_test

@@ -8,6 +8,9 @@
 #include <memory>
 #include <random>
 
+namespace point_search_tree_test
+{
+
 using Candidates = CPointSearchTree::Candidates;
 using List = std::vector<std::int32_t>;
 
@@ -567,3 +570,5 @@ TEST(PointSearchTree, lattice_points_full_of_ties_agree_with_the_same_rules_writ
     for (int i = 0; i < 200; ++i)
         expectAgreement(tree, oracle, 0.5 * in(random), 0.5 * in(random) + 0.5, 0.5 * in(random));
 }
+
+} // namespace point_search_tree_test

@@ -15,6 +15,9 @@
 #include <random>
 #include <string>
 
+namespace quadrature_test
+{
+
 using namespace tav3d::interpolation;
 using tav3d::common::LaneSet;
 
@@ -395,3 +398,5 @@ TEST(QuadratureDeathTest, point_that_is_not_a_number_ends_the_process_with_the_l
         EXPECT_EXIT(Quadrature(set).fitDerivatives(c.stencil(2), c.phi, fit), ::testing::ExitedWithCode(1),
                     "^Numerical Recipes run-time error\\.\\.\\.\nSingular matrix in routine ludcmp\n\\.\\.\\.now exiting to system");
 }
+
+} // namespace quadrature_test

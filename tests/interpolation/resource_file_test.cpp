@@ -6,6 +6,9 @@
 #include "opensuite/result_samples.h"
 #include "support/scratch_folder.h"
 
+namespace resource_file_test
+{
+
 using namespace tav3d::test;
 using meshes::printed;
 
@@ -80,3 +83,5 @@ TEST(SetResourceFileName, loaded_field_is_evaluated_through_the_facade)
     EXPECT_NEAR(value, 3.75, 1e-12);
     facade.CleanDataPoint();
 }
+
+} // namespace resource_file_test

@@ -8,6 +8,9 @@
 #include <fstream>
 #include <sstream>
 
+namespace result_data_writer_test
+{
+
 namespace fs = std::filesystem;
 using meshes::Points;
 using meshes::Rows;
@@ -129,3 +132,5 @@ TEST_F(Writer, file_that_cannot_be_created_is_passed_over)
     facade.WriteQ7XData(0, nullptr);
     EXPECT_TRUE(fs::is_directory("30.plt"));
 }
+
+} // namespace result_data_writer_test

@@ -7,6 +7,9 @@
 
 #include <cstring>
 
+namespace tree_layout_test
+{
+
 using clouds::Kind;
 using clouds::Places;
 using meshes::Points;
@@ -113,3 +116,5 @@ TEST(TreeLayout, points_inserted_later_go_on_from_there)
     const std::size_t nodes = static_cast<std::size_t>(single.m_nTreeNode) + 1;
     EXPECT_EQ(std::memcmp(whole.m_pTreeNode.get(), single.m_pTreeNode.get(), nodes * sizeof single.m_pTreeNode[0]), 0);
 }
+
+} // namespace tree_layout_test

@@ -9,6 +9,9 @@
 
 #include <cstring>
 
+namespace tree_queries_test
+{
+
 using clouds::Kind;
 using clouds::Places;
 using meshes::Points;
@@ -167,3 +170,5 @@ TEST(TreeQueries, points_inserted_between_queries_are_found)
             compare(tree, places.next(), tally);
     }
 }
+
+} // namespace tree_queries_test

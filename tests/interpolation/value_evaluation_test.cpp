@@ -10,6 +10,9 @@
 #include <iostream>
 #include <limits>
 
+namespace value_evaluation_test
+{
+
 using meshes::Mesh;
 using meshes::Points;
 using meshes::printed;
@@ -539,3 +542,5 @@ TEST(MissingElementDeathTest, each_operation_reports_once_in_the_life_of_a_proce
                                  "[1][2][3][4][5]";
     EXPECT_EXIT(child(), ::testing::ExitedWithCode(0), ::testing::Eq(expected));
 }
+
+} // namespace value_evaluation_test

@@ -12,7 +12,7 @@
 
 #include <algorithm>
 
-namespace tav3d::meshmapping
+namespace tav3d::meshmapping::cut_cell_loader_test
 {
 namespace
 {
@@ -218,4 +218,4 @@ TEST(ElementMarks, stop_at_the_end_of_the_block_and_read_nothing_without_element
 }
 
 } // namespace
-} // namespace tav3d::meshmapping
+} // namespace tav3d::meshmapping::cut_cell_loader_test

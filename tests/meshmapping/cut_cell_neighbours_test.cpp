@@ -10,7 +10,7 @@
 #include <random>
 #include <vector>
 
-namespace tav3d::meshmapping
+namespace tav3d::meshmapping::cut_cell_neighbours_test
 {
 namespace
 {
@@ -194,4 +194,4 @@ TEST(CutCellSearch, agrees_with_a_scan_over_all_nodes)
 }
 
 } // namespace
-} // namespace tav3d::meshmapping
+} // namespace tav3d::meshmapping::cut_cell_neighbours_test

@@ -15,7 +15,7 @@
 #include <random>
 #include <vector>
 
-namespace tav3d::meshmapping
+namespace tav3d::meshmapping::fast_searches_test
 {
 namespace
 {
@@ -381,4 +381,4 @@ TEST(FastCutCellSearch, makes_the_rows_of_the_plain_form_without_nodes)
 }
 
 } // namespace
-} // namespace tav3d::meshmapping
+} // namespace tav3d::meshmapping::fast_searches_test

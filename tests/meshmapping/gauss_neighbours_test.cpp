@@ -11,7 +11,7 @@
 #include <cstdint>
 #include <set>
 
-namespace tav3d::meshmapping
+namespace tav3d::meshmapping::gauss_neighbours_test
 {
 namespace
 {
@@ -365,4 +365,4 @@ TEST(GaussSearch, without_nodes_there_is_row_zero_alone)
 }
 
 } // namespace
-} // namespace tav3d::meshmapping
+} // namespace tav3d::meshmapping::gauss_neighbours_test

@@ -13,7 +13,7 @@
 #include <memory>
 #include <type_traits>
 
-namespace tav3d::test
+namespace tav3d::test::mapping_object_test
 {
 namespace
 {
@@ -272,4 +272,4 @@ TEST(SelfTest, leaves_the_numbers_one_to_fifty_and_smooths_them)
 }
 
 } // namespace
-} // namespace tav3d::test
+} // namespace tav3d::test::mapping_object_test

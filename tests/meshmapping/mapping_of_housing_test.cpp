@@ -7,7 +7,7 @@
 
 #include <algorithm>
 
-namespace tav3d::test
+namespace tav3d::test::mapping_of_housing_test
 {
 namespace
 {
@@ -95,4 +95,4 @@ INSTANTIATE_TEST_SUITE_P(Modes, HousingMapping,
                          [](const auto& test) { return test.param.name(); });
 
 } // namespace
-} // namespace tav3d::test
+} // namespace tav3d::test::mapping_of_housing_test

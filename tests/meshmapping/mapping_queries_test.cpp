@@ -13,7 +13,7 @@
 #include <algorithm>
 #include <memory>
 
-namespace tav3d::test
+namespace tav3d::test::mapping_queries_test
 {
 namespace
 {
@@ -164,4 +164,4 @@ TEST(RowQueries, a_cut_cell_row_is_reported_as_thirty_entries_of_which_ten_are_n
 }
 
 } // namespace
-} // namespace tav3d::test
+} // namespace tav3d::test::mapping_queries_test

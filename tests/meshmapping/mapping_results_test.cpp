@@ -11,7 +11,7 @@
 #include <cmath>
 #include <numeric>
 
-namespace tav3d::test
+namespace tav3d::test::mapping_results_test
 {
 namespace
 {
@@ -147,4 +147,4 @@ TEST(MappingResults, fewer_values_than_nodes_are_mapped_as_far_as_they_go)
 }
 
 } // namespace
-} // namespace tav3d::test
+} // namespace tav3d::test::mapping_results_test

@@ -12,7 +12,7 @@
 
 #include <algorithm>
 
-namespace tav3d::test
+namespace tav3d::test::mapping_setup_test
 {
 namespace
 {
@@ -201,4 +201,4 @@ TEST(SetUp, searches_on_empty_meshes_succeed)
 }
 
 } // namespace
-} // namespace tav3d::test
+} // namespace tav3d::test::mapping_setup_test

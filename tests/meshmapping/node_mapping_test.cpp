@@ -5,7 +5,7 @@
 #include <cmath>
 #include <vector>
 
-namespace tav3d::meshmapping
+namespace tav3d::meshmapping::node_mapping_test
 {
 namespace
 {
@@ -200,4 +200,4 @@ TEST(PickUp, without_cut_cell_nodes_nothing_happens)
 }
 
 } // namespace
-} // namespace tav3d::meshmapping
+} // namespace tav3d::meshmapping::node_mapping_test

@@ -5,7 +5,7 @@
 #include <limits>
 #include <vector>
 
-namespace tav3d::meshmapping
+namespace tav3d::meshmapping::nodes_test
 {
 namespace
 {
@@ -102,4 +102,4 @@ TEST(RowTables, a_negative_size_still_has_row_zero)
 }
 
 } // namespace
-} // namespace tav3d::meshmapping
+} // namespace tav3d::meshmapping::nodes_test

@@ -10,7 +10,7 @@
 #include <random>
 #include <vector>
 
-namespace tav3d::meshmapping
+namespace tav3d::meshmapping::smoothing_setup_test
 {
 namespace
 {
@@ -261,4 +261,4 @@ TEST(SmoothValues, a_constant_field_stays_constant_to_rounding_and_no_value_leav
 }
 
 } // namespace
-} // namespace tav3d::meshmapping
+} // namespace tav3d::meshmapping::smoothing_setup_test

@@ -10,7 +10,7 @@
 #include <random>
 #include <vector>
 
-namespace tav3d::meshmapping
+namespace tav3d::meshmapping::smoothing_test
 {
 namespace
 {
@@ -307,4 +307,4 @@ TEST(GaussSmoothing, non_negative_weights_never_leave_the_range_of_the_values)
 }
 
 } // namespace
-} // namespace tav3d::meshmapping
+} // namespace tav3d::meshmapping::smoothing_test

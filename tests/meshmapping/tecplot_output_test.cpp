@@ -16,7 +16,7 @@
 #include <locale>
 #include <sstream>
 
-namespace tav3d::meshmapping
+namespace tav3d::meshmapping::tecplot_output_test
 {
 namespace
 {
@@ -257,4 +257,4 @@ TEST(TecplotReader, refuses_files_that_are_not_quite_right)
 }
 
 } // namespace
-} // namespace tav3d::meshmapping
+} // namespace tav3d::meshmapping::tecplot_output_test

@@ -13,7 +13,7 @@
 #include <cmath>
 #include <set>
 
-namespace tav3d::meshmapping
+namespace tav3d::meshmapping::voxel_loader_test
 {
 namespace
 {
@@ -267,4 +267,4 @@ TEST(VoxelReading, renumbered_nodes_give_the_same_mesh_under_other_numbers)
 }
 
 } // namespace
-} // namespace tav3d::meshmapping
+} // namespace tav3d::meshmapping::voxel_loader_test

@@ -10,6 +10,9 @@
 #include <utility>
 #include <vector>
 
+namespace box_tree_test
+{
+
 namespace
 {
 
@@ -190,3 +193,5 @@ TEST(BoxTree, result_stays_valid_until_the_next_call)
     EXPECT_EQ(search(tree, {{2, 2, 2}, {3, 3, 3}}), std::vector<int>{});
     EXPECT_EQ(search(tree, unitCube), copy);
 }
+
+} // namespace box_tree_test

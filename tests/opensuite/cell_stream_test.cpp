@@ -10,6 +10,9 @@
 #include <limits>
 #include <random>
 
+namespace cell_stream_test
+{
+
 using namespace tav3d::opensuite;
 using namespace tav3d::test;
 
@@ -196,3 +199,5 @@ TEST(CellStream, any_wrong_number_is_told_as_a_walk_from_cell_to_cell_would_tell
     }
     EXPECT_GT(wrong, 400);
 }
+
+} // namespace cell_stream_test

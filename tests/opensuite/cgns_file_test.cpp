@@ -6,6 +6,9 @@
 
 #include <numeric>
 
+namespace cgns_file_test
+{
+
 using namespace tav3d::opensuite;
 using tav3d::test::readBytes;
 using tav3d::test::ScratchFolder;
@@ -192,3 +195,5 @@ TEST(CgnsFile, what_does_not_fit_the_request_is_refused)
     EXPECT_THROW((void)reader.readText("/Base/Data", 10), FileError);
     EXPECT_THROW((void)reader.readLink("/Base/Data"), FileError);
 }
+
+} // namespace cgns_file_test

@@ -5,6 +5,9 @@
 #include <array>
 #include <vector>
 
+namespace facets_of_nodes_test
+{
+
 namespace
 {
 
@@ -82,3 +85,5 @@ TEST(FacetsOfNodes, no_facets_leave_all_rows_empty)
     for (const Row& row : facetsOfNodes(Table({}), 3))
         EXPECT_EQ(row, (Row{}));
 }
+
+} // namespace facets_of_nodes_test

@@ -13,7 +13,7 @@
 #include <cstring>
 #include <limits>
 
-namespace tav3d::test
+namespace tav3d::test::fast_shapes_test
 {
 namespace
 {
@@ -227,4 +227,4 @@ TEST(FastShapes, weights_are_those_of_the_careful_way)
         }
 }
 
-} // namespace tav3d::test
+} // namespace tav3d::test::fast_shapes_test

@@ -6,6 +6,9 @@
 
 #include <limits>
 
+namespace fem_elements_special_cases_test
+{
+
 using namespace tav3d::test;
 
 TEST(FemElements, mesh_far_from_the_origin_loses_no_digits_of_the_element)
@@ -130,3 +133,5 @@ TEST(FemElements, tiny_and_huge_elements_keep_their_values)
                 EXPECT_NEAR(N[i], expected[i], 1e-15) << kind.name << " " << size;
         }
 }
+
+} // namespace fem_elements_special_cases_test

@@ -4,6 +4,9 @@
 
 #include <gtest/gtest.h>
 
+namespace fem_elements_test
+{
+
 using namespace tav3d::test;
 using tav3d::opensuite::hexaShape;
 using tav3d::opensuite::pyramidShape;
@@ -203,3 +206,5 @@ TEST(FemElements, every_point_of_a_valid_hexahedron_is_found_however_distorted)
             ASSERT_NEAR(N[i], expected[i], 1e-9);
     }
 }
+
+} // namespace fem_elements_test

@@ -7,6 +7,9 @@
 
 #include <gtest/gtest.h>
 
+namespace krnio_test
+{
+
 using namespace tav3d::opensuite;
 using namespace tav3d::test;
 
@@ -232,3 +235,5 @@ TEST(PartInsertInterface, failure_leaves_no_interfaces)
     finder.GetNPartInsertInterface(n);
     EXPECT_EQ(n, 0);
 }
+
+} // namespace krnio_test

@@ -18,6 +18,9 @@
 #include <sanitizer/lsan_interface.h>
 #endif
 
+namespace mesh_file_damage_test
+{
+
 using namespace tav3d::opensuite;
 using namespace tav3d::test;
 
@@ -323,3 +326,5 @@ TEST(MeshFileDamage, any_changed_byte_gives_an_answer)
 }
 
 #endif
+
+} // namespace mesh_file_damage_test

@@ -15,6 +15,9 @@
 #include <sys/resource.h>
 #endif
 
+namespace mesh_file_test
+{
+
 using namespace tav3d::opensuite;
 using namespace tav3d::test;
 
@@ -257,3 +260,5 @@ TEST(MeshFile, killed_writer_leaves_the_target)
 }
 
 #endif
+
+} // namespace mesh_file_test

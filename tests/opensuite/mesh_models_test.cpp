@@ -7,6 +7,9 @@
 #include <map>
 #include <numeric>
 
+namespace mesh_models_test
+{
+
 using namespace tav3d::opensuite;
 using namespace tav3d::test;
 
@@ -150,3 +153,5 @@ TEST(MeshModels, model_with_insert_has_all_kinds_of_cells_and_facets)
     // The column of prisms ends in two triangles where the hexahedra ended in one square.
     EXPECT_EQ(countKinds(model.cutCell).at(2), 150 + 2);
 }
+
+} // namespace mesh_models_test

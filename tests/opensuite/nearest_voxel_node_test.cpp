@@ -7,6 +7,9 @@
 #include <random>
 #include <vector>
 
+namespace nearest_voxel_node_test
+{
+
 namespace
 {
 
@@ -201,3 +204,5 @@ TEST(BodiesOfNodes, node_numbers_that_the_mesh_does_not_have_are_passed_over)
     mesh.plastic.add(CellKind::Tetra4, node, body::part);
     EXPECT_EQ(bodiesOfNodes(mesh), std::vector<NodeBody>{plastic});
 }
+
+} // namespace nearest_voxel_node_test

@@ -18,6 +18,9 @@
 #include <unistd.h>
 #endif
 
+namespace replace_file_test
+{
+
 using namespace tav3d::opensuite;
 using namespace tav3d::test;
 
@@ -157,3 +160,5 @@ TEST(AbandonedTemporaries, folder_that_is_missing_holds_none)
     EXPECT_EQ(removeAbandonedTemporaries(folder.file("missing/part.q7f")), 0);
     EXPECT_EQ(removeAbandonedTemporaries("no-such-part.q7f"), 0);
 }
+
+} // namespace replace_file_test

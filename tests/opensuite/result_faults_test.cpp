@@ -11,6 +11,9 @@
 #include <sanitizer/lsan_interface.h>
 #endif
 
+namespace result_faults_test
+{
+
 using namespace tav3d::test;
 using tav3d::opensuite::CgnsWriter;
 
@@ -330,3 +333,5 @@ TEST(ResultFaultsBase, unknown_item_or_type_is_refused_by_the_open_reader)
     expectOneLine(errorOutput([&] { EXPECT_EQ(CBinaryWriteTools::FullResultFromMappingResult_Create(6, 3, d, reader, n), nullptr); }),
                   {"item 6", "result type 1, not 3"});
 }
+
+} // namespace result_faults_test

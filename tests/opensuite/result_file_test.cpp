@@ -5,6 +5,9 @@
 #include <cmath>
 #include <limits>
 
+namespace result_file_test
+{
+
 using namespace tav3d::test;
 
 namespace
@@ -348,3 +351,5 @@ TEST(ResultFile, reader_can_be_used_again_after_a_failure)
     EXPECT_EQ(reader.BeginReading(folder.file("a.q7f").c_str(), ""), 0);
     EXPECT_EQ(reader.GetMaxCavityNode(), 3);
 }
+
+} // namespace result_file_test

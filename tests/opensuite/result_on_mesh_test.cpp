@@ -8,6 +8,9 @@
 
 #include <algorithm>
 
+namespace result_on_mesh_test
+{
+
 using namespace tav3d::test;
 using tav3d::opensuite::CgnsReader;
 namespace fs = std::filesystem;
@@ -187,7 +190,7 @@ TEST(ResultOnMesh, mesh_file_is_no_result_and_result_is_no_mesh)
 TEST(ResultOnMesh, names_with_blanks_and_letters_of_other_alphabets_are_fine)
 {
     MeshFolder f;
-    fs::create_directory(common::pathOf(f.folder.file("Gehäuse Läufe")));
+    fs::create_directory(tav3d::common::pathOf(f.folder.file("Gehäuse Läufe")));
     const std::string file = f.folder.file("Gehäuse Läufe/größe 1 漢字.q7f");
     ASSERT_EQ(writeResult(file, f.d, f.values), 0);
     CTAV3DResultReader_Manipulator reader;
@@ -196,3 +199,5 @@ TEST(ResultOnMesh, names_with_blanks_and_letters_of_other_alphabets_are_fine)
     CBinaryWriteTools::GetBinaryInform(read, reader, 0);
     EXPECT_EQ(read.m_strMeshFile, f.mesh);
 }
+
+} // namespace result_on_mesh_test

@@ -7,6 +7,9 @@
 #include <sys/resource.h>
 #endif
 
+namespace result_writer_test
+{
+
 using namespace tav3d::test;
 namespace fs = std::filesystem;
 
@@ -305,3 +308,5 @@ TEST(ResultWriter, full_disk_leaves_the_target_and_nothing_else)
 }
 
 #endif
+
+} // namespace result_writer_test

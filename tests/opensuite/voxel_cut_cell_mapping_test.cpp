@@ -11,6 +11,9 @@
 #include <string>
 #include <vector>
 
+namespace voxel_cut_cell_mapping_test
+{
+
 namespace
 {
 
@@ -128,3 +131,5 @@ TEST(VoxelCutCellMapping, file_cut_short_anywhere_gives_a_code)
         EXPECT_EQ(engine.GetNNodeCutCell(), 0) << percent;
     }
 }
+
+} // namespace voxel_cut_cell_mapping_test

@@ -4,6 +4,9 @@
 
 #include <limits>
 
+namespace warp_transform_test
+{
+
 using Frame = CTAV3DWarpCoordinateTransformationTemplate<double>;
 
 TEST(WarpTransform, new_frame_leaves_vectors_as_they_are)
@@ -108,3 +111,5 @@ TEST(WarpTransform, coincident_or_non_finite_points_leave_the_frame_as_it_was)
     for (int k = 0; k < 3; ++k)
         EXPECT_EQ(after[k], before[k]);
 }
+
+} // namespace warp_transform_test

@@ -17,9 +17,6 @@
 #include <tuple>
 #include <type_traits>
 
-using namespace tav3d::test;
-using tav3d::opensuite::MeshModel;
-
 /// The driver's private members, for tests alone.
 struct Tav3dQ7XMappingTestAccess
 {
@@ -50,6 +47,12 @@ struct Tav3dQ7XMappingTestAccess
     static bool ofRSC(Driver& driver, int item, bool& flag) { return driver.IfCavityResult_RSC(item, flag); }
     static bool ofRSF(Driver& driver, int item, bool& flag) { return driver.IfCavityResult_RSF(item, flag); }
 };
+
+namespace driver_test
+{
+
+using namespace tav3d::test;
+using tav3d::opensuite::MeshModel;
 using Access = Tav3dQ7XMappingTestAccess;
 
 namespace
@@ -605,3 +608,5 @@ TEST(TecplotCapture, third_item_is_counted_and_not_kept)
     EXPECT_EQ(capture.table()[1][1], 10.0f);
     EXPECT_EQ(capture.table()[2][2], 21.0f);
 }
+
+} // namespace driver_test

@@ -10,6 +10,9 @@
 #include <stdexcept>
 #include <vector>
 
+namespace move_aside_test
+{
+
 using namespace tav3d::resultmapping;
 
 namespace
@@ -155,3 +158,5 @@ TEST(MoveAside, file_that_is_held_for_a_while_is_renamed_when_it_is_let_go)
 }
 
 #endif
+
+} // namespace move_aside_test

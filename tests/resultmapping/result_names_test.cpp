@@ -6,6 +6,9 @@
 #include <stdexcept>
 #include <vector>
 
+namespace result_names_test
+{
+
 using namespace tav3d::resultmapping;
 
 namespace
@@ -126,3 +129,5 @@ TEST(ResultNames, unknown_type_knows_no_item_and_leaves_the_flag_alone)
             EXPECT_EQ(isCavity, before);
         }
 }
+
+} // namespace result_names_test

@@ -7,6 +7,9 @@
 #include <filesystem>
 #include <limits>
 
+namespace command_compare_test
+{
+
 using namespace tav3d;
 using namespace tav3d::test;
 
@@ -233,3 +236,5 @@ TEST_F(CompareCommand, wrong_usage_ends_with_status_2)
         EXPECT_EQ(runCommand(arguments).status, tools::exitWrongUsage) << testing::PrintToString(arguments);
     }
 }
+
+} // namespace command_compare_test

@@ -11,6 +11,9 @@
 #include <filesystem>
 #include <limits>
 
+namespace command_export_test
+{
+
 using namespace tav3d;
 using namespace tav3d::test;
 
@@ -190,3 +193,5 @@ TEST(ExportFormats, bricks_have_the_volume_of_the_cells_they_stand_for)
         EXPECT_NEAR(tools::cellVolume(opensuite::CellKind::Hexa8, brick), volume, 1e-12) << "cell " << c + 1;
     }
 }
+
+} // namespace command_export_test

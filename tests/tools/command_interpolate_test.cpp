@@ -11,6 +11,9 @@
 #include <set>
 #include <sstream>
 
+namespace command_interpolate_test
+{
+
 using namespace tav3d;
 using namespace tav3d::test;
 using tools::Vec3;
@@ -320,3 +323,5 @@ TEST(GridInterpolator, distance_is_that_to_the_surface_of_the_cell)
     EXPECT_DOUBLE_EQ(values[1].distance, std::sqrt(2.0));
     EXPECT_DOUBLE_EQ(values[2].distance, 3.0);
 }
+
+} // namespace command_interpolate_test

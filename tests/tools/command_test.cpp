@@ -13,6 +13,9 @@
 #include <limits>
 #include <vector>
 
+namespace command_test
+{
+
 using namespace tav3d;
 using namespace tav3d::test;
 
@@ -211,3 +214,5 @@ TEST(Json, text_is_quoted_and_numbers_read_back)
     EXPECT_EQ(json.text(), "{\n  \"a\\\"b\\\\\": \"line\\u000aend\",\n  \"n\": 0.1,\n  \"none\": null,\n"
                            "  \"list\": [\n    1,\n    true,\n    {}\n  ]\n}\n");
 }
+
+} // namespace command_test

@@ -9,6 +9,9 @@
 #include <numbers>
 #include <set>
 
+namespace cut_cells_test
+{
+
 using namespace tav3d;
 using namespace tav3d::tools;
 using namespace tav3d::test;
@@ -224,3 +227,5 @@ TEST(CutCells, part_that_touches_the_outside_of_the_block_leaves_its_outer_nodes
     model.mesh = cutCells(grid, samples, part, {});
     expectConforming(model);
 }
+
+} // namespace cut_cells_test

@@ -10,6 +10,9 @@
 #include <map>
 #include <set>
 
+namespace cut_patterns_test
+{
+
 using namespace tav3d;
 using namespace tav3d::tools;
 using tav3d::opensuite::CellKind;
@@ -217,3 +220,5 @@ TEST(CutPatterns, single_corner_inside_becomes_a_tetrahedron_before_a_prism)
     EXPECT_EQ(pieces.out.kind, std::vector{CellKind::Prism6});
     EXPECT_NEAR(checkCells(pieces.nodes, {&pieces.in}).volume, 1.0 / 6 / 27, 1e-15);
 }
+
+} // namespace cut_patterns_test

@@ -8,6 +8,9 @@
 #include "support/held_file.h"
 #endif
 
+namespace file_access_test
+{
+
 using namespace tav3d;
 using namespace tav3d::test;
 
@@ -64,3 +67,5 @@ TEST(FileAccess, file_with_a_locked_region_is_locked)
 }
 
 #endif
+
+} // namespace file_access_test

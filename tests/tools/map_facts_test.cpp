@@ -6,6 +6,9 @@
 
 #include <gtest/gtest.h>
 
+namespace map_facts_test
+{
+
 using namespace tav3d;
 using namespace tav3d::tools;
 
@@ -35,3 +38,5 @@ TEST(MapFacts, mapped_file_that_cannot_be_read_again_is_listed_as_failed_and_doe
     EXPECT_EQ(facts.report().files[0].reason, reason);
     EXPECT_EQ(facts.report().files[1].reason, "no such file");
 }
+
+} // namespace map_facts_test

@@ -10,6 +10,9 @@
 #include <limits>
 #include <stdexcept>
 
+namespace mapping_report_html_test
+{
+
 using namespace tav3d::tools;
 
 namespace
@@ -285,3 +288,5 @@ TEST(ReportPage, same_report_gives_same_bytes)
 {
     EXPECT_EQ(mappingReportHtml(tav3d::tests::housing(4.0)), mappingReportHtml(tav3d::tests::housing(4.0)));
 }
+
+} // namespace mapping_report_html_test

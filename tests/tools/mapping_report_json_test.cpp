@@ -9,6 +9,9 @@
 #include <limits>
 #include <random>
 
+namespace mapping_report_json_test
+{
+
 using namespace tav3d::tools;
 
 namespace
@@ -239,3 +242,5 @@ TEST(MappingReportJson, the_worst_texts_still_give_valid_json)
     EXPECT_EQ(read["files"].size(), 2u);
     EXPECT_EQ(read["files"][0]["items"][1]["number"], 6);
 }
+
+} // namespace mapping_report_json_test

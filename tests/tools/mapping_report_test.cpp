@@ -6,6 +6,9 @@
 #include <limits>
 #include <stdexcept>
 
+namespace mapping_report_test
+{
+
 using namespace tav3d::tools;
 
 namespace
@@ -92,3 +95,5 @@ TEST(PickValues, zeros_and_nodes_beyond_the_values_have_none)
     EXPECT_TRUE(std::isnan(picked[2]));
     EXPECT_TRUE(std::isnan(picked[3]));
 }
+
+} // namespace mapping_report_test

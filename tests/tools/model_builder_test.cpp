@@ -11,6 +11,9 @@
 #include <set>
 #include <tuple>
 
+namespace model_builder_test
+{
+
 using namespace tav3d;
 using namespace tav3d::tools;
 using namespace tav3d::test;
@@ -351,3 +354,5 @@ TEST(ModelBuilder, insert_away_from_the_part_is_a_warning)
     EXPECT_TRUE(built.model.voxel.partInterface.empty());
     EXPECT_EQ(built.model.voxel.partInsert.size(), 24U);
 }
+
+} // namespace model_builder_test

@@ -12,6 +12,9 @@
 
 #include <algorithm>
 
+namespace sample_command_test
+{
+
 using namespace tav3d;
 using namespace tav3d::test;
 
@@ -143,3 +146,5 @@ TEST_F(SampleCommand, help_shows_an_example)
     EXPECT_EQ(outcome.status, 0);
     EXPECT_NE(outcome.output.find("tav3d sample housing.krn"), std::string::npos);
 }
+
+} // namespace sample_command_test

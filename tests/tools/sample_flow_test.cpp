@@ -9,6 +9,9 @@
 #include <cmath>
 #include <numeric>
 
+namespace sample_flow_test
+{
+
 using namespace tav3d;
 using namespace tav3d::test;
 using namespace tav3d::tools;
@@ -213,3 +216,5 @@ TEST(SampleFlow, nodes_without_a_way_to_the_gate_fill_last)
     EXPECT_DOUBLE_EQ(flow.frontTime[nodeAt(7, 1, 7, 0, 0)], 1.2);
     EXPECT_DOUBLE_EQ(flow.pressure[nodeAt(7, 1, 7, 0, 0)], 0.0);
 }
+
+} // namespace sample_flow_test

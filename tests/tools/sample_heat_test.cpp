@@ -9,6 +9,9 @@
 #include <cmath>
 #include <numbers>
 
+namespace sample_heat_test
+{
+
 using namespace tav3d;
 using namespace tav3d::test;
 using namespace tav3d::tools;
@@ -174,3 +177,5 @@ TEST(SampleItems, cooling_results_have_items_that_a_mapping_knows_and_others)
         EXPECT_TRUE(types[allNodesType] && types[moldBaseType] && types[partSurfaceType]);
     }
 }
+
+} // namespace sample_heat_test

@@ -6,6 +6,9 @@
 
 #include <limits>
 
+namespace stl_file_test
+{
+
 using namespace tav3d;
 using namespace tav3d::test;
 using tools::readStl;
@@ -213,3 +216,5 @@ TEST_F(StlFile, surface_without_volume_is_refused)
     EXPECT_EQ(refusal(binaryStl(flat)), "encloses no volume");
     EXPECT_EQ(refusal(binaryStl(box({0, 0, 0}, {1, 1, 0}))), "encloses no volume");
 }
+
+} // namespace stl_file_test

@@ -6,6 +6,9 @@
 #include <cmath>
 #include <numbers>
 
+namespace voxelizer_test
+{
+
 using namespace tav3d::tools;
 using namespace tav3d::test;
 
@@ -121,3 +124,5 @@ TEST(Voxelizer, empty_mesh_fills_nothing)
 {
     EXPECT_EQ(fill({}, latticeOver(1, 4)).insideTotal, 0U);
 }
+
+} // namespace voxelizer_test
