@@ -11,6 +11,10 @@ else()
   target_compile_options(build_flags INTERFACE -ffp-contract=off -Wall -Wextra -Wshadow -Wnon-virtual-dtor)
 endif()
 
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+  target_compile_options(build_flags INTERFACE -Wno-restrict) # sees overlaps within the library's own strings that cannot be
+endif()
+
 if(TAV3D_WERROR)
   target_compile_options(build_flags INTERFACE $<IF:$<CXX_COMPILER_ID:MSVC>,/WX,-Werror>)
 endif()
