@@ -5,6 +5,7 @@
 // its value. `copy` moves each of them once per sweep, the cut-cell arrays once in all, from one flat array to another, so it writes everything
 // that smoothing only reads. Both forms report the bytes that are read.
 
+#include "benchmarks/row_data.h"
 #include "benchmarks/thin_plate.h"
 
 #include "meshmapping/node_mapping.h"
@@ -14,7 +15,7 @@
 
 #include <cmath>
 #include <cstring>
-#include <memory>
+#include <string>
 
 namespace
 {
@@ -61,7 +62,8 @@ struct Item
     [[nodiscard]] std::size_t bytesPerSweep() const
     {
         constexpr std::size_t perRow = sizeof(float) + sizeof(int), perNode = sizeof(float) + 2 + 2 * sizeof(int);
-        return 8 * static_cast<std::size_t>(termTotal) + perRow * static_cast<std::size_t>(plate.voxel().surfaceTotal()) + perNode * value.size();
+        return 8 * static_cast<std::size_t>(termTotal) + perRow * static_cast<std::size_t>(plate.voxel().surfaceTotal()) +
+               perNode * value.size();
     }
     [[nodiscard]] std::size_t bytesOfPickUp() const
     {
@@ -73,22 +75,14 @@ struct Item
     meshmapping::GaussNeighbours gauss;
     meshmapping::CutCellNeighbours cutCell;
     std::vector<int> assigned, region;
-    std::vector<float> value, work, cutCellValue;
+    mutable std::vector<float> value, work, cutCellValue; // what every iteration changes
     std::int64_t termTotal = 0;
 };
 
-/// The item of the benchmark's size; the last one is kept.
-Item& item(const benchmark::State& state)
+const Item& item(const benchmark::State& state)
 {
-    static std::unique_ptr<Item> kept;
-    static std::int64_t size = 0;
-    if (size != state.range(0))
-    {
-        kept.reset();
-        kept = std::make_unique<Item>(state.range(0));
-        size = state.range(0);
-    }
-    return *kept;
+    const std::int64_t n = state.range(0);
+    return benchmarks::RowData::get<Item>(std::to_string(n), [n] { return Item(n); });
 }
 
 void count(benchmark::State& state, const Item& i)
@@ -99,7 +93,7 @@ void count(benchmark::State& state, const Item& i)
 template <auto smooth>
 void smoothAndPickUp(benchmark::State& state)
 {
-    Item& i = item(state);
+    const Item& i = item(state);
     const NumberedSpan<float> value(i.value.data(), i.plate.voxel().total()), work(i.work.data(), i.plate.voxel().total());
     const NumberedSpan<float> cutCellValue(i.cutCellValue.data(), i.plate.cutCell().total());
     for (auto _ : state)

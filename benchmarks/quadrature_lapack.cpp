@@ -5,6 +5,9 @@
 extern "C"
 {
     void dgesv_(const int* n, const int* nrhs, double* a, const int* lda, int* ipiv, double* b, const int* ldb, int* info);
+#if defined(__GNUC__)
+    [[gnu::weak]] void openblas_set_num_threads(int threads); // where LAPACK is OpenBLAS
+#endif
 }
 
 namespace tav3d::benchmarks
@@ -12,6 +15,10 @@ namespace tav3d::benchmarks
 
 double solveByLapack(const std::vector<LinearSystem>& systems)
 {
+#if defined(__GNUC__)
+    if (openblas_set_num_threads != nullptr)
+        openblas_set_num_threads(1);
+#endif
     std::vector<double> a(32 * 32);
     std::vector<double> b(32 * 3);
     std::vector<int> pivots(32);

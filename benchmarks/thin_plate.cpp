@@ -2,6 +2,7 @@
 
 #include "TAVMeshFormatTransfer.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <random>
@@ -31,8 +32,10 @@ int PlateNodes::surfaceTotal() const
 }
 
 ThinPlate::ThinPlate(std::int64_t nodeTotal)
+    : cells_(static_cast<int>(std::sqrt(static_cast<double>(nodeTotal) / (layers + 1))) - 1)
+    , cutCellOfVoxel_(1)
 {
-    const int cells = static_cast<int>(std::sqrt(static_cast<double>(nodeTotal) / (layers + 1))) - 1;
+    const int cells = cells_;
     const double h = edge;
     std::mt19937_64 random(1);
     std::uniform_real_distribution<double> by(-0.5, 0.5);
@@ -46,6 +49,7 @@ ThinPlate::ThinPlate(std::int64_t nodeTotal)
                 const bool rim = i == 0 || j == 0 || i == cells || j == cells, skin = k == 0 || k == layers;
                 const auto x = static_cast<float>(h * i), y = static_cast<float>(h * j), z = static_cast<float>(h * k);
                 addNode(voxel_, x, y, z, rim || skin);
+                cutCellOfVoxel_.push_back(cutCell_.total() + 1);
                 addNode(cutCell_, x, y, skin ? static_cast<float>(h * (k + 0.9 * by(random))) : z, rim || skin);
                 if (skin && (i + j) % 2 == 0)
                     addNode(cutCell_, static_cast<float>(h * (i + by(random))), y, z, true);
@@ -100,6 +104,45 @@ void ThinPlate::addSurface(int cells)
 meshmapping::VoxelTarget ThinPlate::target() const
 {
     return {voxel_.points(), voxel_.kinds(), {nodeOfCompact_.data(), voxel_.total()}, tree_.get(), edge * edge};
+}
+
+opensuite::MeshModel ThinPlate::model() const
+{
+    opensuite::MeshModel model;
+    model.title = "thin plate";
+    model.cellSize = edge;
+    const auto coordinates = [](const PlateNodes& nodes, opensuite::MeshZone& zone)
+    {
+        zone.x.assign(nodes.x.begin() + 1, nodes.x.end());
+        zone.y.assign(nodes.y.begin() + 1, nodes.y.end());
+        zone.z.assign(nodes.z.begin() + 1, nodes.z.end());
+    };
+    coordinates(voxel_, model.voxel);
+    coordinates(cutCell_, model.cutCell);
+    const int line = cells_ + 1;
+    for (int k = 0; k < layers; ++k)
+        for (int j = 0; j < cells_; ++j)
+            for (int i = 0; i < cells_; ++i)
+            {
+                const int n = 1 + i + line * (j + line * k), above = n + line * line;
+                const std::int32_t corner[8] = {n, n + 1, n + 1 + line, n + line, above, above + 1, above + 1 + line, above + line};
+                model.voxel.plastic.add(opensuite::CellKind::Hexa8, corner, opensuite::body::part);
+                std::int32_t cut[8];
+                std::ranges::transform(corner, cut, [this](int node) { return cutCellOfVoxel_[static_cast<std::size_t>(node)]; });
+                model.cutCell.plastic.add(opensuite::CellKind::Hexa8, cut, opensuite::body::part);
+            }
+    for (int f = 1; f < facetNode_.rowTotal(); ++f)
+    {
+        opensuite::SurfaceFacet facet, cut;
+        for (std::size_t k = 0; k < 4; ++k)
+        {
+            facet.node[k] = facetNode_[f][k + 1];
+            cut.node[k] = cutCellOfVoxel_[static_cast<std::size_t>(facet.node[k])];
+        }
+        model.voxel.surface.push_back(facet);
+        model.cutCell.surface.push_back(cut);
+    }
+    return model;
 }
 
 } // namespace tav3d::benchmarks

@@ -5,6 +5,7 @@
 
 #include "meshmapping/cut_cell_neighbours.h"
 #include "meshmapping/gauss_neighbours.h"
+#include "opensuite/mesh_model.h"
 
 #include "TAVOptKer.h"
 
@@ -40,12 +41,17 @@ public:
     [[nodiscard]] meshmapping::GaussKernel kernel() const { return {3.1416f, edge * edge}; }
     [[nodiscard]] meshmapping::VoxelTarget target() const;
 
+    /// The plate as a model: one plastic element per cube in both meshes, all facets of the part's skin.
+    [[nodiscard]] opensuite::MeshModel model() const;
+
 private:
     static constexpr float edge = 0.43f;
 
     void addSurface(int cells);
 
+    int cells_; // along both sides
     PlateNodes voxel_, cutCell_;
+    std::vector<int> cutCellOfVoxel_; // the cut-cell node that goes with a voxel node
     std::vector<int> fixed_;
     meshmapping::RowTable<int> facetNode_, nodeFacet_;
     std::vector<int> nodeOfCompact_;

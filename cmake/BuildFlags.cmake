@@ -8,11 +8,13 @@ if(MSVC)
   target_compile_options(build_flags INTERFACE /fp:precise /W4 /utf-8)
   target_compile_definitions(build_flags INTERFACE NOMINMAX _CRT_SECURE_NO_WARNINGS)
 else()
-  target_compile_options(build_flags INTERFACE -ffp-contract=off -Wall -Wextra -Wshadow -Wnon-virtual-dtor)
-endif()
-
-if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
-  target_compile_options(build_flags INTERFACE -Wno-restrict) # sees overlaps within the library's own strings that cannot be
+  target_compile_options(build_flags INTERFACE -ffp-contract=off -Wall -Wextra -Wnon-virtual-dtor)
+  if(NOT (TAV3D_UNITY AND CMAKE_CXX_COMPILER_ID MATCHES "Clang")) # which would compare the names of sources that are only compiled together
+    target_compile_options(build_flags INTERFACE -Wshadow)
+  endif()
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+    target_compile_options(build_flags INTERFACE -Wno-restrict) # finds an overlap in "text" + std::string that is not there
+  endif()
 endif()
 
 if(TAV3D_WERROR)

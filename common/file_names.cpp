@@ -58,13 +58,15 @@ std::string nameOf(const fs::path& path)
 
 std::string genericNameOf(const fs::path& path)
 {
+    if (path.native().starts_with(LR"(\\?\)"))
+        return nameOf(path);
     return path.empty() ? std::string() : narrowed(path.generic_wstring());
 }
 
 fs::path inFolder(const fs::path& folder, const fs::path& name)
 {
     const std::wstring& text = folder.native();
-    if (text.empty() || text.find(L'/') == std::wstring::npos || text.ends_with(L'/') || text.ends_with(L'\\'))
+    if (text.empty() || text.find(L'\\') != std::wstring::npos || text.ends_with(L'/') || text.ends_with(L':'))
         return folder / name;
     return {text + L'/' + name.native()};
 }

@@ -16,10 +16,12 @@ namespace tav3d::common
 /// The name of a path, separators as they are.
 [[nodiscard]] std::string nameOf(const std::filesystem::path& path);
 
-/// The same with the separators that files and Linux have, '/'.
+/// The same with '/' as separator, as files and Linux have it: for names that are put together here, in messages as in files. (A name that begins with
+/// "\\?\" keeps what it has: Windows takes no other separator behind that.)
 [[nodiscard]] std::string genericNameOf(const std::filesystem::path& path);
 
-/// The path of the file `name` in a folder, with the kind of separator that the folder's name has: what users wrote comes back as they wrote it.
+/// The path of the file `name` in a folder, with the kind of separator that the folder's name has, so that what users wrote comes back as they wrote it;
+/// '/' where it has none, so that the same call prints the same on every system.
 [[nodiscard]] std::filesystem::path inFolder(const std::filesystem::path& folder, const std::filesystem::path& name);
 
 /// The C runtime's removal and renaming of files, for names in UTF-8. 0 = done. Renaming does not replace a file on Windows.

@@ -10,7 +10,8 @@
 // - Right-hand sides are further columns, so that forward substitution comes with the elimination. Rows of L left of the panel are needed no
 //   more and stay where they are when rows are exchanged.
 // - Lanes choose their pivots for themselves; rows are exchanged under a mask, once for every different row that some lane has chosen.
-// - Columns are contiguous. A panel of 28 rows and a column beside it are in reach of the fastest cache, the whole system of four lanes nearly.
+// - Columns are contiguous. The whole system of four lanes and 28 rows is nearly as large as the fastest cache, so lanes come in turn, not all
+//   at once.
 //
 // Included once by each of the files that lanes.h speaks of, after it.
 
@@ -19,32 +20,6 @@ namespace
 
 constexpr int panelWidth = 4;
 constexpr double tinyPivot = 1.0e-20;
-
-/// Square roots of squared distances plus c^2 for the next system. They are taken while this one is eliminated, a few at a time between the
-/// multiplications, as a processor's unit for roots would be idle otherwise.
-struct Roots
-{
-    const double* squared;
-    Lanes cc;
-    Lanes* root;
-    int done;
-    int count;
-
-    /// Takes the first up to `most` of those that are left.
-    int claim(int most)
-    {
-        const int number = count - done < most ? count - done : most;
-        done += number;
-        return number;
-    }
-
-    /// Takes all that are left.
-    void finish()
-    {
-        for (; done < count; ++done)
-            root[done] = squareRoot(Lanes::all(squared[done]) + cc);
-    }
-};
 
 /// n equations: columns 0..n-1 the matrix, n..n+2 the right-hand sides.
 struct System
@@ -92,23 +67,15 @@ inline void finishTop(const System& s, int k, Lanes* column, Lanes* u)
     }
 }
 
-/// Subtracts the products of a panel of `terms` columns from `columns` neighbouring columns.
-template <int terms, int columns>
-void reduceColumns(const System& s, int k, int c)
+/// Subtracts the products of a panel of `terms` columns from column c, and takes a root after every other row.
+template <int terms>
+void reduceColumn(const System& s, int k, int c)
 {
     const Lanes* l = s.column(k);
     Lanes* column = s.column(c);
-    Lanes u[columns][terms];
-    for (int b = 0; b < columns; ++b)
-        finishTop<terms>(s, k, column + b * s.stride, u[b]);
-    const auto reduceRow = [=, stride = s.stride, &u](int i)
-    {
-        Lanes a[columns];
-        for (int b = 0; b < columns; ++b)
-            a[b] = reduced<terms>(column[b * stride + i], l + i, stride, u[b]);
-        for (int b = 0; b < columns; ++b)
-            column[b * stride + i] = a[b];
-    };
+    Lanes u[terms];
+    finishTop<terms>(s, k, column, u);
+    const auto reduceRow = [=, stride = s.stride, &u](int i) { column[i] = reduced<terms>(column[i], l + i, stride, u); };
     int i = k + terms;
     const double* squared = s.roots->squared + s.roots->done;
     Lanes* root = s.roots->root + s.roots->done;
@@ -126,11 +93,8 @@ void reduceColumns(const System& s, int k, int c)
 template <int terms>
 void reduceRange(const System& s, int k, int from, int to)
 {
-    int c = from;
-    for (; c + 2 <= to; c += 2)
-        reduceColumns<terms, 2>(s, k, c);
-    if (c < to)
-        reduceColumns<terms, 1>(s, k, c);
+    for (int c = from; c < to; ++c)
+        reduceColumn<terms>(s, k, c);
 }
 
 /// Forward substitution that passes over products with leading zeros, as the plain form does: with an infinite l they would be NaN, and
@@ -307,56 +271,6 @@ void finishLastPivot(const System& s)
 {
     Lanes& pivot = s.column(s.n - 1)[s.n - 1];
     pivot = choose(equal(pivot, Lanes::all(0.0)), Lanes::all(tinyPivot), pivot);
-}
-
-/// Solves U x = y for the first n equations of a decomposed system; x[3 i + axis]. The sums run over ascending columns, so a row can only
-/// start when the row below it is done: what there is to overlap are the right-hand sides.
-void substituteBack(const System& s, int n, Lanes* x)
-{
-    for (int i = n - 1; i >= 0; --i)
-    {
-        Lanes sum[3];
-        for (int axis = 0; axis < 3; ++axis)
-            sum[axis] = s.column(s.n + axis)[i];
-        const Lanes* u = s.element + i;
-        for (int j = i + 1; j < n; ++j)
-            for (int axis = 0; axis < 3; ++axis)
-                sum[axis] = sum[axis] - u[j * s.stride] * x[3 * j + axis];
-        for (int axis = 0; axis < 3; ++axis)
-            x[3 * i + axis] = sum[axis] / u[i * s.stride];
-    }
-}
-
-/// The same for a system and its partner side by side: twice the sums to overlap. The partner's matrix and right-hand sides may be in the
-/// same place.
-void substituteBackBoth(const System& s, Lanes* x, const Lanes* partnerMatrix, const Lanes* partnerRight, Lanes* partnerX)
-{
-    const int m = s.n - 1;
-    for (int axis = 0; axis < 3; ++axis)
-        x[3 * m + axis] = s.column(s.n + axis)[m] / s.column(m)[m];
-    for (int i = m - 1; i >= 0; --i)
-    {
-        Lanes sum[3];
-        Lanes partnerSum[3];
-        for (int axis = 0; axis < 3; ++axis)
-        {
-            sum[axis] = s.column(s.n + axis)[i];
-            partnerSum[axis] = partnerRight[axis * s.stride + i];
-        }
-        const Lanes* u = s.element + i;
-        const Lanes* partnerU = partnerMatrix + i;
-        for (int j = i + 1; j < m; ++j)
-            for (int axis = 0; axis < 3; ++axis)
-            {
-                sum[axis] = sum[axis] - u[j * s.stride] * x[3 * j + axis];
-                partnerSum[axis] = partnerSum[axis] - partnerU[j * s.stride] * partnerX[3 * j + axis];
-            }
-        for (int axis = 0; axis < 3; ++axis)
-        {
-            x[3 * i + axis] = (sum[axis] - u[m * s.stride] * x[3 * m + axis]) / u[i * s.stride];
-            partnerX[3 * i + axis] = partnerSum[axis] / partnerU[i * s.stride];
-        }
-    }
 }
 
 /// Copies the system without its last row and column.

@@ -63,4 +63,9 @@ void NearestPoints::select(const Point& target, int k, int* out)
     }
 }
 
+void NearestPoints::selectAll(const NumberedPoints& targets, int k, int* const* rows)
+{
+    PointIndex(copyOf(targets)).forEach([&](const Point& target, std::int32_t number) { select(target, k, rows[number]); });
+}
+
 } // namespace tav3d::interpolation

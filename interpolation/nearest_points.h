@@ -18,8 +18,7 @@ struct Found
     friend bool operator<(const Found& a, const Found& b) { return a.square < b.square || (a.square == b.square && a.number < b.number); }
 };
 
-/// Keeps the nearest of the points that are nearer than `within`, ascending, in `best`, which is never full of anything else: what no point
-/// was found for has number 0.
+/// Keeps the nearest of the points that are nearer than `within`: in `best`, ascending, with number 0 in the places for which there are none.
 class KeepNearest
 {
 public:
@@ -60,6 +59,10 @@ public:
 
     /// Writes the numbers of the k nearest points into out[1..k], nearest first; out[0] is left alone.
     void select(const Point& target, int k, int* out);
+
+    /// select() for each target t into rows[t]; rows of targets that are not finite are left alone, as no point is near those. Goes from
+    /// target to target in an order in which each is near the last: much of what one search reads is then still at hand for the next.
+    void selectAll(const NumberedPoints& targets, int k, int* const* rows);
 
 private:
     PointIndex index_;

@@ -57,6 +57,15 @@ public:
             runBranch(branches_.front(), search);
     }
 
+    /// The points in an order in which each is near the last.
+    template <class Action>
+    void forEach(Action action) const
+    {
+        for (const Leaf& leaf : leaves_)
+            for (int i = 0; i < std::popcount(leaf.used); ++i)
+                action(Point{leaf.x[0][i], leaf.x[1][i], leaf.x[2][i]}, leaf.number[i]);
+    }
+
 private:
     static constexpr int width = 8;
     static constexpr double infinity = std::numeric_limits<double>::infinity();

@@ -1,8 +1,12 @@
 #include "interpolation/result_data_writer.h"
 
+#include "common/number_text.h"
+
+#include <array>
 #include <cstdio>
 #include <initializer_list>
 #include <memory>
+#include <string>
 
 namespace tav3d::interpolation
 {
@@ -14,6 +18,19 @@ struct CloseFile
 {
     void operator()(std::FILE* file) const { std::fclose(file); }
 };
+
+/// A line of numbers with a blank between them, each as "% 12.4le" has it: right-aligned in twelve places, a blank in place of the plus sign.
+void writeNumbers(std::FILE* file, const std::array<double, 7>& numbers)
+{
+    const char* separator = "";
+    for (const double number : numbers)
+    {
+        const std::string text = common::scientific(number, 4);
+        std::fprintf(file, "%s%12s", separator, (text.front() == '-' ? text : ' ' + text).c_str());
+        separator = " ";
+    }
+    std::fputc('\n', file);
+}
 
 /// Writes the entries of a row at the given positions, each in a field of ten places.
 void writeNodes(std::FILE* file, const int* row, std::initializer_list<int> positions)
@@ -63,9 +80,7 @@ void writeTecplotData(const NumberedPoints& nodes, const float* const* fields, c
     for (int n = 1; n <= nodes.count(); ++n)
     {
         const Point p = nodes[n];
-        std::fprintf(file, "% 12.4le % 12.4le % 12.4le % 12.4le % 12.4le % 12.4le % 12.4le\n", p.x, p.y, p.z,
-                     static_cast<double>(fields[1][n]), static_cast<double>(fields[2][n]), static_cast<double>(fields[3][n]),
-                     static_cast<double>(fields[0][n]));
+        writeNumbers(file, {p.x, p.y, p.z, fields[1][n], fields[2][n], fields[3][n], fields[0][n]});
     }
     std::fprintf(file, "\n");
     for (int c = 1; c <= cells.count(); ++c)

@@ -5,7 +5,11 @@
 #define TAV3D_LANES_SSE2
 #include "interpolation/lanes.h"
 
+#include "interpolation/lane_roots.h"
+
 #include "interpolation/lane_elimination.h"
+
+#include "interpolation/lane_substitution.h"
 
 #include "interpolation/shape_trials_lanes.h"
 

@@ -3,9 +3,12 @@
 #include "interpolation/sol_interpolation.h"
 #include "interpolation/value_evaluation.h"
 
+#include "common/number_text.h"
+
 #include <iostream>
 
 using namespace tav3d::interpolation;
+using tav3d::common::general;
 
 namespace
 {
@@ -32,25 +35,26 @@ void printNodes(const int* row, const ElementNodes& element, bool withValues)
 {
     for (std::size_t k = 0; k < element.count; ++k)
     {
-        std::cout << "NowNode=" << row[k + 1] << ", pX=" << element.x[k] << ", pY=" << element.y[k] << ", pZ=" << element.z[k];
+        std::cout << "NowNode=" << row[k + 1] << ", pX=" << general(element.x[k]) << ", pY=" << general(element.y[k])
+                  << ", pZ=" << general(element.z[k]);
         if (withValues)
-            std::cout << ", pU=" << element.value[k];
+            std::cout << ", pU=" << general(element.value[k]);
         std::cout << std::endl;
     }
 }
 
 void printPlace(const CSolInterpolation& engine, int cell, int dataPoint)
 {
-    std::cout << "NCellID=" << cell << ", Xc=" << engine.m_pCellX[cell] << ", Yc=" << engine.m_pCellY[cell]
-              << ", Zc=" << engine.m_pCellZ[cell] << std::endl;
-    std::cout << "NodeID=" << dataPoint << ", X=" << engine.m_pDataX[dataPoint] << ", Y=" << engine.m_pDataY[dataPoint]
-              << ", Z=" << engine.m_pDataZ[dataPoint] << std::endl;
+    std::cout << "NCellID=" << cell << ", Xc=" << general(engine.m_pCellX[cell]) << ", Yc=" << general(engine.m_pCellY[cell])
+              << ", Zc=" << general(engine.m_pCellZ[cell]) << std::endl;
+    std::cout << "NodeID=" << dataPoint << ", X=" << general(engine.m_pDataX[dataPoint]) << ", Y=" << general(engine.m_pDataY[dataPoint])
+              << ", Z=" << general(engine.m_pDataZ[dataPoint]) << std::endl;
 }
 
 void printShape(const ElementNodes& element)
 {
     for (std::size_t k = 0; k < element.count; ++k)
-        std::cout << "iN=" << k + 1 << ", pU=" << element.value[k] << ", pNWet=" << element.shape[k] << std::endl;
+        std::cout << "iN=" << k + 1 << ", pU=" << general(element.value[k]) << ", pNWet=" << general(element.shape[k]) << std::endl;
 }
 
 /// The three data-point operations. `evaluation` says which, for the report of a point without a cell.

@@ -269,14 +269,13 @@ void CSolInterpolation::SortDataPoints(int searched, int wanted)
     m_pDataCell = keep(m_Storage.dataCell, std::make_unique<int[]>(size));
     if (m_nDataPoint < 1)
         return;
-    NearestPoints nodes({m_pNodeX, m_pNodeY, m_pNodeZ, searched}, wanted);
     for (int q = 1; q <= m_nDataPoint; ++q)
     {
-        int* row = m_ppDataStencil[q];
-        row[0] = wanted;
-        nodes.select({m_pDataX[q], m_pDataY[q], m_pDataZ[q]}, wanted, row);
+        m_ppDataStencil[q][0] = wanted; // nodes 0 until nodes are found
         m_pDataCell[q] = sortingStatus;
     }
+    NearestPoints nodes({m_pNodeX, m_pNodeY, m_pNodeZ, searched}, wanted);
+    nodes.selectAll({m_pDataX, m_pDataY, m_pDataZ, m_nDataPoint}, wanted, m_ppDataStencil);
 }
 
 // ---- Multiquadric differential quadrature ----

@@ -246,7 +246,7 @@ void TreeQueries::listTies(const Point& target, double radius, double farthest)
     const std::array<double, 3> from{target.x, target.y, target.z};
     listed_.clear();
     const auto list = [this](const Found& found) { listed_.push_back({found, 0}); };
-    EachInCube listSearch{from, radius, farthest, list};
+    EachInCube<decltype(list)> listSearch{from, radius, farthest, list};
     index_.run(listSearch);
     std::sort(listed_.begin(), listed_.end(), [](const Listed& a, const Listed& b) { return a.found.number < b.found.number; });
 
@@ -258,7 +258,7 @@ void TreeQueries::listTies(const Point& target, double radius, double farthest)
                                             [](std::int32_t rank, const Listed& l) { return rank < l.found.number; });
         ++between_[static_cast<std::size_t>(after - listed_.begin())];
     };
-    EachInCube countSearch{from, radius, std::numeric_limits<double>::infinity(), count};
+    EachInCube<decltype(count)> countSearch{from, radius, std::numeric_limits<double>::infinity(), count};
     index_.run(countSearch);
     std::size_t n = 0;
     for (std::size_t i = 0; i < listed_.size(); ++i)

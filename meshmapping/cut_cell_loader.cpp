@@ -6,6 +6,7 @@
 #include "KRNIO.h"
 #include "KRNXT.h"
 #include "TAVFindMeshBlockInterface.h"
+#include "common/number_text.h"
 
 #include <array>
 #include <cstdio>
@@ -21,7 +22,8 @@ void readNodes(KRNIO_Manipulator& reader, double scale, CutCellMesh& mesh, bool 
     if (progress)
     {
         std::cout << "\n-----Read CutCell Node Block Entry-----\n";
-        std::cout << "m_NNodeCultCell_ =" << mesh.nodeTotal << " Cutcell_NNode = " << mesh.nodeTotal << " dScaleFactor = " << scale << '\n';
+        std::cout << "m_NNodeCultCell_ =" << mesh.nodeTotal << " Cutcell_NNode = " << mesh.nodeTotal
+                  << " dScaleFactor = " << common::general(scale) << '\n';
     }
     float x = 0.0f, y = 0.0f, z = 0.0f;
     int k = 0;
@@ -184,7 +186,7 @@ CutCellMesh readCutCellMesh(const CutCellReadRequest& request)
     if (request.progress)
     {
         // DELIBERATE basic-element-length: nothing computes the length and the count of this line; both are shown as 0.
-        std::printf("m_CutCell_BasicElem_Length = %f, NElem = %d \n", static_cast<double>(request.basicElementLength), 0);
+        std::printf("m_CutCell_BasicElem_Length = %s, NElem = %d \n", common::fixed(request.basicElementLength).c_str(), 0);
         std::printf("\n-----Read Element Surface Block Entry-----\n");
     }
     mesh.surfaceFacetTotal = reader.getNElementSurface();

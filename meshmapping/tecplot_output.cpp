@@ -1,9 +1,9 @@
 #include "tecplot_output.h"
 
 #include "KRNIO.h"
+#include "common/number_text.h"
 
 #include <array>
-#include <cstdio>
 #include <iomanip>
 #include <locale>
 #include <ostream>
@@ -15,12 +15,15 @@ namespace
 
 void writeNodes(std::ostream& out, const TecplotNodes& nodes)
 {
+    const auto write = [&out](float value) { out << std::setw(15) << common::general(static_cast<double>(value)); };
     const auto coordinate = [](NumberedSpan<const float> axis, int node) { return node <= axis.count() ? axis[node] : 0.0f; };
     for (int i = 1; i <= nodes.nodeTotal; ++i)
     {
-        out << std::setw(15) << coordinate(nodes.points.x, i) << std::setw(15) << coordinate(nodes.points.y, i) << std::setw(15)
-            << coordinate(nodes.points.z, i) << std::setw(15) << nodes.first[i] << std::setw(15) << (nodes.second ? nodes.second[i] : 0.0f)
-            << '\n';
+        for (const NumberedSpan<const float>& axis : {nodes.points.x, nodes.points.y, nodes.points.z})
+            write(coordinate(axis, i));
+        write(nodes.first[i]);
+        write(nodes.second ? nodes.second[i] : 0.0f);
+        out << '\n';
     }
 }
 
@@ -54,9 +57,7 @@ void deleteCaptureTable(float** table)
 std::string tecplotFileName(bool ofVoxelMesh, double k)
 {
     // DELIBERATE tecplot-file-name: the doubled "t" is part of the name, and %f makes the first file "...t=1.000000_.plt".
-    std::array<char, 200> name{};
-    std::snprintf(name.data(), name.size(), ofVoxelMesh ? "VoxelResultt=%f_.plt" : "CutCellResultt=%f_.plt", k);
-    return name.data();
+    return (ofVoxelMesh ? "VoxelResultt=" : "CutCellResultt=") + common::fixed(k) + "_.plt";
 }
 
 void writeTecplot(std::ostream& out, const TecplotNodes& nodes, KRNIO_Manipulator& reader)

@@ -6,6 +6,7 @@
 
 #include "KRNIO.h"
 #include "TAVMeshFormatTransfer.h"
+#include "common/number_text.h"
 
 #include <array>
 #include <cmath>
@@ -76,7 +77,7 @@ void readNodes(KRNIO_Manipulator& reader, double scale, VoxelMesh& mesh, bool pr
     }
     if (progress)
     {
-        std::cout << "dScaleFactor = " << scale << " NNode = " << mesh.nodeTotal << " iNode = " << k << '\n';
+        std::cout << "dScaleFactor = " << common::general(scale) << " NNode = " << mesh.nodeTotal << " iNode = " << k << '\n';
         std::cout << "Set Up Voxel ADTreeRange\n";
     }
     mesh.tree = newTree(max, min);

@@ -1,4 +1,5 @@
-// A k-d tree per body, with a tight box at every tree node.
+// A table of coordinates and a k-d tree per body. Most cut-cell nodes stand exactly on a voxel node: the table tells which, without a search. The
+// tree, with a tight box at every tree node, answers for the others, and is made when the first of them comes.
 //
 // The bound of a box is computed like the distance of a point, operation by operation in the same order, from offsets that are not longer. Rounding
 // is monotone, so the bound never exceeds the distance of a point in the box, and skipping boxes with bound > best loses no tie.
@@ -7,6 +8,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cassert>
 #include <cmath>
 #include <limits>
@@ -134,6 +136,50 @@ private:
     std::vector<Box> boxes_;
 };
 
+/// Hash table of entries by place; of entries at one place it holds the lowest number.
+class PlaceTable
+{
+public:
+    /// Entries come in ascending order of their numbers, and their places are finite.
+    explicit PlaceTable(std::span<const Entry> entries)
+        : entries_(entries)
+        , slot_(std::bit_ceil(2 * entries.size() + 2), empty)
+    {
+        for (std::size_t i = 0; i < entries.size(); ++i)
+        {
+            std::uint32_t& slot = slotOf(entries[i].x);
+            if (slot == empty)
+                slot = static_cast<std::uint32_t>(i);
+        }
+    }
+
+    /// Number of the entry at a place, 0 when there is none.
+    [[nodiscard]] std::int32_t at(const std::array<float, 3>& x)
+    {
+        const std::uint32_t i = slotOf(x);
+        return i == empty ? 0 : entries_[i].number;
+    }
+
+private:
+    static constexpr std::uint32_t empty = ~0u;
+
+    /// The slot that holds the place, or the empty one where it would be.
+    std::uint32_t& slotOf(const std::array<float, 3>& x)
+    {
+        std::uint64_t hash = 0;
+        for (const float c : x)
+            hash = (hash ^ std::bit_cast<std::uint32_t>(c + 0.0f)) * 0x9e3779b97f4a7c15u; // -0 stands where 0 does
+        const std::size_t mask = slot_.size() - 1;
+        std::size_t k = (hash ^ hash >> 32) & mask;
+        while (slot_[k] != empty && entries_[slot_[k]].x != x)
+            k = (k + 1) & mask;
+        return slot_[k];
+    }
+
+    std::span<const Entry> entries_;
+    std::vector<std::uint32_t> slot_;
+};
+
 bool isFinite(const std::array<float, 3>& x)
 {
     return std::isfinite(x[0]) && std::isfinite(x[1]) && std::isfinite(x[2]);
@@ -146,13 +192,13 @@ std::array<float, 3> position(const BodyNodes& nodes, std::size_t i)
 
 /// The voxel nodes that `wanted(body)` holds for.
 template <class Wanted>
-NodeTree treeOf(const BodyNodes& voxel, Wanted wanted)
+std::vector<Entry> entriesOf(const BodyNodes& voxel, Wanted wanted)
 {
     std::vector<Entry> entries;
     for (std::size_t i = 0; i < voxel.x.size(); ++i)
         if (wanted(voxel.body[i]) && isFinite(position(voxel, i)))
             entries.push_back({position(voxel, i), static_cast<std::int32_t>(i + 1)});
-    return NodeTree(std::move(entries));
+    return entries;
 }
 
 } // namespace
@@ -189,14 +235,26 @@ void nearestVoxelNodes(const BodyNodes& cutCell, const BodyNodes& voxel, std::sp
     {
         if (members[b].empty())
             continue;
-        NodeTree tree = treeOf(voxel, [b](NodeBody body) { return static_cast<int>(body) == b; });
-        if (tree.empty())
-            tree = treeOf(voxel, [](NodeBody) { return true; });
-        for (const std::size_t i : members[b])
+        std::vector<Entry> entries = entriesOf(voxel, [b](NodeBody body) { return static_cast<int>(body) == b; });
+        if (entries.empty())
+            entries = entriesOf(voxel, [](NodeBody) { return true; });
+
+        std::vector<std::size_t> elsewhere; // nodes that stand on no voxel node
         {
-            const std::array<float, 3> x = position(cutCell, i);
-            nearest[i] = isFinite(x) ? tree.nearest(x) : 0;
+            PlaceTable places(entries);
+            for (const std::size_t i : members[b])
+            {
+                const std::array<float, 3> x = position(cutCell, i);
+                nearest[i] = isFinite(x) ? places.at(x) : 0;
+                if (nearest[i] == 0 && isFinite(x))
+                    elsewhere.push_back(i);
+            }
         }
+        if (elsewhere.empty())
+            continue;
+        const NodeTree tree(std::move(entries));
+        for (const std::size_t i : elsewhere)
+            nearest[i] = tree.nearest(position(cutCell, i));
     }
 }
 

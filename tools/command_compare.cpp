@@ -3,7 +3,7 @@
 #include "commands.h"
 #include "compare_files.h"
 #include "json.h"
-#include "number_text.h"
+#include "text_format.h"
 
 #include <CLI/CLI.hpp>
 

@@ -2,11 +2,11 @@
 
 #include "console.h"
 #include "grid_interpolator.h"
-#include "number_text.h"
 #include "opensuite/file_error.h"
 #include "point_table.h"
 #include "result_items.h"
 #include "target_file.h"
+#include "text_format.h"
 
 #include <CLI/CLI.hpp>
 

@@ -1,8 +1,8 @@
 #include "compare_files.h"
 
-#include "number_text.h"
 #include "opensuite/mesh_file_layout.h"
 #include "opensuite/mesh_file_reader.h"
+#include "text_format.h"
 
 #include <algorithm>
 

@@ -1,8 +1,8 @@
 #include "compare_files.h"
 
 #include "field_grid.h"
-#include "number_text.h"
 #include "opensuite/file_error.h"
+#include "text_format.h"
 
 #include <algorithm>
 #include <cmath>

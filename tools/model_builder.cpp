@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <stdexcept>
 
 namespace tav3d::tools
@@ -24,9 +23,7 @@ constexpr double maxVolumeError = 0.02;
 
 std::string percent(double share)
 {
-    char text[32];
-    std::snprintf(text, sizeof text, "%.2f %%", 100 * share);
-    return text;
+    return common::fixed(100 * share, 2) + " %";
 }
 
 BlockGrid layGrid(const std::string& partName, const TriangleMesh& part, const std::vector<TriangleMesh>& inserts,

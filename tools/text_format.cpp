@@ -2,24 +2,15 @@
 
 #include <charconv>
 #include <cmath>
-#include <cstdio>
 #include <stdexcept>
 
 namespace tav3d::tools
 {
 
-std::string general(double value, int digits)
-{
-    char text[40];
-    std::snprintf(text, sizeof text, "%.*g", digits, value);
-    return text;
-}
-
 std::string signedPercent(double share)
 {
-    char text[40];
-    std::snprintf(text, sizeof text, "%+.2f %%", 100 * share);
-    return text;
+    const std::string percent = common::fixed(100 * share, 2);
+    return (percent.front() == '-' ? "" : "+") + percent + " %";
 }
 
 std::string placeText(Vec3 p)

@@ -4,14 +4,16 @@
 
 #include "vec3.h"
 
+#include "common/number_text.h"
+
 #include <string>
 #include <string_view>
 
 namespace tav3d::tools
 {
 
-/// printf-like "%.*g".
-std::string general(double value, int digits = 6);
+using common::general;
+using common::shortest;
 
 /// "+0.12 %", always with its sign.
 std::string signedPercent(double share);

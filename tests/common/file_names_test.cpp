@@ -18,10 +18,13 @@ TEST(FileNames, in_a_folder_have_the_separator_of_the_folder)
     EXPECT_EQ(nameOf(inFolder(pathOf("runs/mapped"), pathOf("ä.q7f"))), "runs/mapped/ä.q7f");
     EXPECT_EQ(nameOf(inFolder(pathOf("runs/"), pathOf("a.q7f"))), "runs/a.q7f");
     EXPECT_EQ(nameOf(inFolder({}, pathOf("a.q7f"))), "a.q7f");
+    EXPECT_EQ(nameOf(inFolder(pathOf("runs"), pathOf("a.q7f"))), "runs/a.q7f");
 #ifdef _WIN32
     EXPECT_EQ(nameOf(inFolder(pathOf("C:\\runs"), pathOf("a.q7f"))), "C:\\runs\\a.q7f");
     EXPECT_EQ(nameOf(inFolder(pathOf("C:\\runs\\"), pathOf("a.q7f"))), "C:\\runs\\a.q7f");
     EXPECT_EQ(genericNameOf(pathOf("C:\\Läufe\\a.q7f")), "C:/Läufe/a.q7f");
+    EXPECT_EQ(genericNameOf(pathOf("\\\\?\\C:\\Läufe\\a.q7f")), "\\\\?\\C:\\Läufe\\a.q7f");
+    EXPECT_EQ(nameOf(inFolder(pathOf("C:"), pathOf("a.q7f"))), "C:a.q7f");
 #endif
 }
 

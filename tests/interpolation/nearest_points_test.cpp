@@ -70,6 +70,26 @@ TEST(NearestPoints, many_points_give_what_scans_give)
     }
 }
 
+TEST(NearestPoints, rows_of_many_targets_are_those_of_single_ones)
+{
+    for (const Kind kind : clouds::allKinds)
+    {
+        SCOPED_TRACE(static_cast<int>(kind));
+        Places places(kind, 6);
+        const Points points = clouds::cloud(places, 200);
+        const Points targets = clouds::cloud(places, 300);
+        NearestPoints index(numbered(points), 4);
+        const tav3d::interpolation::CountedTable rows(std::vector<int>(301, 4));
+        index.selectAll(numbered(targets), 4, rows.rows());
+        for (int t = 1; t <= 300; ++t)
+        {
+            std::array<int, 5> row{};
+            index.select(numbered(targets)[t], 4, row.data());
+            ASSERT_EQ(std::memcmp(rows.rows()[t], row.data(), sizeof row), 0) << t;
+        }
+    }
+}
+
 TEST(NearestPoints, targets_on_a_lattice_of_points_give_what_scans_give)
 {
     Points points = meshes::grid(9, 4.5).node; // spacing 0.5, as that of the targets

@@ -134,7 +134,7 @@ public:
     int size()
     {
         const int sort = number(0, 99);
-        return sort < 70 ? number(1, 7) : sort < 97 ? number(8, 12) : number(13, 40);
+        return sort < 75 ? number(1, 7) : sort < 98 ? number(8, 11) : number(12, 40);
     }
 
 private:

@@ -96,6 +96,23 @@ TEST(NearestVoxelNode, equal_distances_go_to_the_lower_number)
     EXPECT_EQ(nearest(cutCell, voxel), (std::vector<std::int32_t>{1, 2, 8}));
 }
 
+TEST(NearestVoxelNode, node_that_stands_on_voxel_nodes_takes_the_lowest_number_whatever_the_sign_of_zero)
+{
+    Cloud voxel;
+    voxel.add(7, 0, 0, mold);
+    voxel.add(-0.0f, 1, 0, plastic);
+    voxel.add(0, 1, -0.0f, plastic);
+    voxel.add(0, 2, 0, plastic);
+    voxel.add(-0.0f, 2, -0.0f, plastic);
+    Cloud cutCell;
+    cutCell.add(0, 1, 0, plastic);
+    cutCell.add(-0.0f, 1, -0.0f, plastic);
+    cutCell.add(0, 2, -0.0f, plastic);
+    cutCell.add(7, 0, 0, plastic); // a voxel node of another body stands there
+    cutCell.add(7, -0.0f, 0, mold);
+    EXPECT_EQ(nearest(cutCell, voxel), (std::vector<std::int32_t>{2, 2, 4, 2, 1}));
+}
+
 TEST(NearestVoxelNode, body_without_voxel_nodes_takes_the_nearest_of_any_body)
 {
     Cloud voxel;
