@@ -187,7 +187,7 @@ TEST(ResultOnMesh, mesh_file_is_no_result_and_result_is_no_mesh)
 TEST(ResultOnMesh, names_with_blanks_and_letters_of_other_alphabets_are_fine)
 {
     MeshFolder f;
-    fs::create_directory(common::pathOf(f.folder.file("Gehäuse Läufe")));
+    fs::create_directory(tav3d::common::pathOf(f.folder.file("Gehäuse Läufe")));
     const std::string file = f.folder.file("Gehäuse Läufe/größe 1 漢字.q7f");
     ASSERT_EQ(writeResult(file, f.d, f.values), 0);
     CTAV3DResultReader_Manipulator reader;
