@@ -4,7 +4,7 @@
 set -euo pipefail
 
 packages=(
-  g++ cmake ninja-build pkg-config
+  g++ cmake ninja-build pkg-config dpkg-dev
   libhdf5-dev libboost-dev libcli11-dev nlohmann-json3-dev # the product
   libgtest-dev libgmock-dev libbenchmark-dev liblapack-dev # tests and benchmarks
   python3 python3-numpy python3-scipy python3-h5py python3-vtk9 cgns-convert xvfb xauth # independent readers, pictures
@@ -16,7 +16,6 @@ if [ "${1:-}" = windows ]; then
   packages+=(
     g++-mingw-w64-x86-64-posix gcc-mingw-w64-x86-64-posix # the compiler
     wine wine64                                           # runs what it makes
-    dpkg-dev                                              # unpacks HDF5's source package
     googletest                                            # sources, to be built for Windows
   )
 fi

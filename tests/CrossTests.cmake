@@ -2,7 +2,7 @@
 
 # Starting a process is dear there, so a GoogleTest program is one ctest.
 function(tav3d_add_cross_test name)
-  add_test(NAME ${name} COMMAND ${name} --gtest_brief=1)
+  add_test(NAME ${name} COMMAND ${name} --gtest_brief=1 --gtest_output=xml:test-reports/${name}.xml WORKING_DIRECTORY ${PROJECT_BINARY_DIR})
   set_tests_properties(${name} PROPERTIES TIMEOUT 600)
 endfunction()
 
