@@ -57,7 +57,8 @@ void deleteCaptureTable(float** table)
 std::string tecplotFileName(bool ofVoxelMesh, double k)
 {
     // DELIBERATE tecplot-file-name: the doubled "t" is part of the name, and %f makes the first file "...t=1.000000_.plt".
-    return (ofVoxelMesh ? "VoxelResultt=" : "CutCellResultt=") + common::fixed(k) + "_.plt";
+    constexpr std::size_t mostCharacters = 199;
+    return ((ofVoxelMesh ? "VoxelResultt=" : "CutCellResultt=") + common::fixed(k) + "_.plt").substr(0, mostCharacters);
 }
 
 void writeTecplot(std::ostream& out, const TecplotNodes& nodes, KRNIO_Manipulator& reader)

@@ -9,7 +9,7 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev liblapack-dev # tests and benchmarks
   python3 python3-numpy python3-scipy python3-h5py python3-vtk9 cgns-convert xvfb xauth # independent readers, pictures
   chromium chromium-driver                       # the report in a browser
-  clang-format clang-tidy                        # checks of the sources
+  clang clang-format clang-tidy                  # another compiler, checks of the sources
 )
 if [ "${1:-}" = windows ]; then
   shift

@@ -168,15 +168,15 @@ void writeVtu(const FieldGrid& grid, const std::string& target)
                                               const std::vector<float>* axis[] = {&grid.x, &grid.y, &grid.z};
                                               writeComputed<float>(out, 3 * nodes, [&](std::size_t k) { return (*axis[k % 3])[k / 3]; });
                                           });
-    const std::string shape =
-        arrays.add("Int64", "connectivity", 1, cells.node.size() * sizeof(std::int64_t),
-                   [&](std::ostream& out) { writeConnectivity(out, cells); }) +
-        arrays.add("Int64", "offsets", 1, cells.size() * sizeof(std::int64_t),
-                   [&](std::ostream& out)
-                   { writeComputed<std::int64_t>(out, cells.size(), [&](std::size_t c) { return cells.start[c + 1]; }); }) +
-        arrays.add("UInt8", "types", 1, cells.size(),
-                   [&](std::ostream& out)
-                   { writeComputed<std::uint8_t>(out, cells.size(), [&](std::size_t c) { return vtkType(cells.kind[c]); }); });
+    // One statement each: in a sum of strings the compiler may choose which is added first.
+    std::string shape = arrays.add("Int64", "connectivity", 1, cells.node.size() * sizeof(std::int64_t),
+                                   [&](std::ostream& out) { writeConnectivity(out, cells); });
+    shape += arrays.add("Int64", "offsets", 1, cells.size() * sizeof(std::int64_t),
+                        [&](std::ostream& out)
+                        { writeComputed<std::int64_t>(out, cells.size(), [&](std::size_t c) { return cells.start[c + 1]; }); });
+    shape += arrays.add("UInt8", "types", 1, cells.size(),
+                        [&](std::ostream& out)
+                        { writeComputed<std::uint8_t>(out, cells.size(), [&](std::size_t c) { return vtkType(cells.kind[c]); }); });
 
     constexpr bool isLittle = std::endian::native == std::endian::little;
     writeTargetFile(target,

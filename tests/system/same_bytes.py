@@ -4,7 +4,7 @@ all kinds in all modes, Tecplot files, reports, exports, answers on the console,
 usage: same_bytes.py FOLDER OTHER_FOLDER [unittest arguments]
 
 Each folder holds the programs tav3d and same_bytes_probe. Where the other folder has none the test counts as skipped (status 77). Line ends are set aside
-where a file is written "in text mode" (the library's own Tecplot files) and on the console, and the one line that tells how long something took.
+where a file is written "in text mode" (the library's own Tecplot files) and on the console; and so are the numbers that tell how long something took.
 """
 
 import concurrent.futures
@@ -27,6 +27,7 @@ PROGRAMS = ("tav3d", "same_bytes_probe")
 SKIPPED = 77
 
 DURATION = re.compile(rb'(built and written in |"seconds": )[-+.\de]+')
+STAGES = re.compile(rb'<table class="times">.*?</table>', re.DOTALL)  # of the report: seconds, and bars as long
 POINTS = "x,y,z,name\n" + "".join(f"{3.1 * i},{2.3 * i + 0.25},{0.7 * i},p{i}\n" for i in range(-2, 20))
 
 
@@ -134,6 +135,8 @@ def contents(path):
     data = path.read_bytes()
     if path.suffix in (".out", ".err"):
         data = DURATION.sub(rb"\1...", data.replace(b"\r\n", b"\n"))
+    elif path.name == "report.html":
+        data = STAGES.sub(b"", data)
     elif path.suffix == ".plt" and path.parent.name != "export":
         data = data.replace(b"\r\n", b"\n")
     return data
@@ -185,6 +188,8 @@ class SameBytes(unittest.TestCase):
             self.assertEqual(len(list((folder / name).glob("*t=*_.plt"))), 2 * len(KINDS))
             self.assertGreater((folder / name / "report.html").stat().st_size, 10000)
             mapped[mode, insert_mode, smooth] = (folder / name / "mapped" / "part.q7f").read_bytes()
+        report = folder / "map-1-0-plain" / "report.html"
+        self.assertTrue(0 < report.stat().st_size - len(contents(report)) < 5000, "the report's durations, and they alone, are left out")
         self.assertEqual(len({mapped[key] for key in ((0, 0, False), (1, 0, False), (1, 0, True))}), 3)
         self.assertEqual(len(names(folder / "export")), len(FORMATS) * (2 * len(KINDS) + 2) + 1)
         self.assertTrue((folder / "model" / "30.plt").exists())

@@ -3,11 +3,14 @@
 #include "same_bytes_probe.h"
 
 #include "Tav3dInterpolation.h"
+#include "common/processor.h"
 #include "interpolation/meshes.h"
+#include "interpolation/quadrature.h"
 #include "interpolation/sol_interpolation.h"
 
 #include <array>
 #include <limits>
+#include <memory>
 
 namespace tav3d::probe
 {
@@ -142,6 +145,31 @@ void probeQuadrature(const std::string& name, meshes::Mesh mesh)
     }
 }
 
+/// The trial fits of a stencil, by each kernel that can run here.
+void recordTrials(Record& record, const meshes::Points& stencil, const std::vector<double>& phi)
+{
+    using common::LaneSet;
+    const auto shape = interpolation::triedShapes();
+    const int n = stencil.count();
+    std::vector<double> room(static_cast<std::size_t>(interpolation::trialRoom(n)) + 4);
+    void* aligned = room.data();
+    std::size_t size = room.size() * sizeof(double);
+    std::align(32, size - 32, aligned, size);
+    for (const LaneSet set : {LaneSet::plain, LaneSet::sse2, LaneSet::avx2})
+    {
+        if (!common::canRun(set))
+            continue;
+        interpolation::Trials with, without;
+        interpolation::trialKernel(set)({stencil.x.data() + 1, stencil.y.data() + 1, stencil.z.data() + 1, phi.data() + 1, n}, shape.data(),
+                                        static_cast<double*>(aligned), with, &without);
+        for (const interpolation::Trials* trials : {&with, &without})
+            for (std::size_t axis = 0; axis < 3; ++axis)
+                for (std::size_t s = 0; s < shape.size(); ++s)
+                    for (const double value : {trials->defect[axis][s], trials->derivative[axis][s], trials->lastWeight[axis][s]})
+                        record.add(value);
+    }
+}
+
 /// The quadrature as hosts call it, on stencils of all sizes, also flat, straight and with coincident points.
 void probeHostCalls()
 {
@@ -165,6 +193,7 @@ void probeHostCalls()
                 if (twice && n > 2)
                     for (std::vector<double>* axis : {&stencil.x, &stencil.y, &stencil.z})
                         (*axis)[3] = (*axis)[2];
+                recordTrials(record, stencil, phi);
                 std::array<double, 6> derivative;
                 derivative.fill(12345.0);
                 engine.Drivatives_Calculator_LDQ(stencil.x.data(), stencil.y.data(), stencil.z.data(), phi.data(), n, derivative[0],

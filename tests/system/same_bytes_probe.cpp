@@ -7,6 +7,7 @@
 
 #include "common/exact_math.h"
 #include "common/number_text.h"
+#include "common/processor.h"
 #include "interpolation/sol_interpolation.h"
 
 #include <bit>
@@ -69,6 +70,7 @@ int main(int argc, char** argv)
     }
     if (std::string(argv[1]) == "zero-row")
         return endWithZeroRow();
+    std::printf("lanes chosen: %d\n", static_cast<int>(common::bestLaneSet()));
     probeMathematics();
     probeNumberText();
     probe::probeEngine();

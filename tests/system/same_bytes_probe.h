@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <fstream>
+#include <limits>
 #include <random>
 #include <span>
 #include <string>
@@ -12,7 +13,8 @@
 namespace tav3d::probe
 {
 
-/// The file "probe-<subject>.bin" in the working directory: the bits of whatever is added, one after the other.
+/// The file "probe-<subject>.bin" in the working directory: the bits of whatever is added, one after the other. NaN is NaN: which of two a sum passes on
+/// depends on the order in which a compiler hands them to the processor, and so does the sign.
 class Record
 {
 public:
@@ -23,7 +25,12 @@ public:
 
     template <class T>
     requires std::is_arithmetic_v<T>
-    void add(T value) { file_.write(reinterpret_cast<const char*>(&value), sizeof value); }
+    void add(T value)
+    {
+        if (value != value)
+            value = std::numeric_limits<T>::quiet_NaN();
+        file_.write(reinterpret_cast<const char*>(&value), sizeof value);
+    }
 
     /// Entries 1..count of a numbered array; nothing of one that is not there.
     template <class T>
