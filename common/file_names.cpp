@@ -71,6 +71,12 @@ fs::path inFolder(const fs::path& folder, const fs::path& name)
     return {text + L'/' + name.native()};
 }
 
+std::string normalNameInFolder(const fs::path& folder, const fs::path& name)
+{
+    const fs::path normal = (folder / name).lexically_normal(); // has backslashes throughout
+    return folder.native().find(L'\\') != std::wstring::npos ? nameOf(normal) : genericNameOf(normal);
+}
+
 int removeFile(const char* name)
 {
     return _wremove(pathOf(name).c_str());
@@ -112,6 +118,11 @@ std::string genericNameOf(const fs::path& path)
 fs::path inFolder(const fs::path& folder, const fs::path& name)
 {
     return folder / name;
+}
+
+std::string normalNameInFolder(const fs::path& folder, const fs::path& name)
+{
+    return (folder / name).lexically_normal().string();
 }
 
 int removeFile(const char* name)

@@ -24,6 +24,10 @@ namespace tav3d::common
 /// '/' where it has none, so that the same call prints the same on every system.
 [[nodiscard]] std::filesystem::path inFolder(const std::filesystem::path& folder, const std::filesystem::path& name);
 
+/// The name of the file `name` as seen from `folder`, without "." and ".." where they can be resolved, with the kind of separator that the folder's name has
+/// and '/' where it has none.
+[[nodiscard]] std::string normalNameInFolder(const std::filesystem::path& folder, const std::filesystem::path& name);
+
 /// The C runtime's removal and renaming of files, for names in UTF-8. 0 = done. Renaming does not replace a file on Windows.
 int removeFile(const char* name);
 int renameFile(const char* oldName, const char* newName);

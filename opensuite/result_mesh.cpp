@@ -102,7 +102,7 @@ std::string meshPathFromStored(const std::string& stored, const std::string& res
 {
     if (stored.empty())
         return stored;
-    return common::genericNameOf((pathOf(resultFile).parent_path() / pathOf(stored)).lexically_normal());
+    return common::normalNameInFolder(pathOf(resultFile).parent_path(), pathOf(stored));
 }
 
 } // namespace tav3d::opensuite

@@ -20,4 +20,6 @@ if [ ! -e "$WINEPREFIX/.ready" ]; then
   fi
   exec 9>&-
 fi
+# The server that all programs share ends when it is idle, and a program that starts at that moment fails. So it is made to stay for a minute.
+wineserver --persistent=60 < /dev/null > /dev/null 2>&1 || true # runs already
 exec wine "$@"

@@ -31,6 +31,17 @@ TEST(FileNames, in_a_folder_have_the_separator_of_the_folder)
 #endif
 }
 
+TEST(FileNames, seen_from_a_folder_have_its_separators_and_no_dots)
+{
+    EXPECT_EQ(normalNameInFolder(pathOf("runs/mapped"), pathOf("../../model/ä.krn")), "model/ä.krn");
+    EXPECT_EQ(normalNameInFolder({}, pathOf("../model/a.krn")), "../model/a.krn");
+    EXPECT_EQ(normalNameInFolder(pathOf("runs"), pathOf("a.krn")), "runs/a.krn");
+#ifdef _WIN32
+    EXPECT_EQ(normalNameInFolder(pathOf("C:\\runs\\mapped"), pathOf("../../model/a.krn")), "C:\\model\\a.krn");
+    EXPECT_EQ(normalNameInFolder(pathOf("C:/runs/mapped"), pathOf("../../model/a.krn")), "C:/model/a.krn");
+#endif
+}
+
 TEST(FileNames, name_the_same_file_for_removal_and_renaming)
 {
     const ScratchFolder folder;
