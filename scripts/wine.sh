@@ -8,18 +8,19 @@ export WINEPREFIX=${TAV3D_WINEPREFIX:-$root/build/wine}
 export WINEARCH=win64 WINEDEBUG=-all WINEDLLOVERRIDES="mscoree=;mshtml=;winemenubuilder.exe=" # no offers to download .NET and a browser, no menus
 unset DISPLAY
 
-# The first call makes the installation; calls at the same time wait for it. The mark is ours: wine's own files appear before it is done.
+# One at a time. The first call ever makes the installation; the mark is ours, for wine's own files appear before it is done.
+mkdir -p "$WINEPREFIX"
+exec 9> "$WINEPREFIX.lock"
+flock 9
 if [ ! -e "$WINEPREFIX/.ready" ]; then
-  mkdir -p "$WINEPREFIX"
-  exec 9> "$WINEPREFIX.lock"
-  flock 9
-  if [ ! -e "$WINEPREFIX/.ready" ]; then
-    wineboot --init < /dev/null > "$WINEPREFIX.log" 2>&1 9>&-
-    wineserver --wait 9>&-
-    touch "$WINEPREFIX/.ready"
-  fi
-  exec 9>&-
+  wineboot --init < /dev/null > "$WINEPREFIX.log" 2>&1 9>&-
+  wineserver --wait 9>&-
+  touch "$WINEPREFIX/.ready"
 fi
-# The server that all programs share ends when it is idle, and a program that starts at that moment fails. So it is made to stay for a minute.
-wineserver --persistent=60 < /dev/null > /dev/null 2>&1 || true # runs already
+# The server that all programs share ends when it is idle, and a program that starts at that moment fails. So it is made to stay for a minute. What a first
+# program brings up beside itself stays as long, hence a first program of ours: callers wait until nobody has their output open.
+if wineserver --persistent=60 < /dev/null > /dev/null 2>&1 9>&-; then
+  wine cmd /c exit < /dev/null > /dev/null 2>&1 9>&-
+fi
+exec 9>&-
 exec wine "$@"
