@@ -10,8 +10,9 @@
 //    cell's node numbers, in the node order of its element: 4 nodes a tetrahedron, 5 a pyramid, 6 a prism, 8 a hexahedron (order as in
 //    CGNS).
 //  - Ownership. Arrays handed in are borrowed: the engine keeps the pointer where an operation is said to "take over" an array, never
-//    copies it, and reads it in later calls. Keep such arrays alive and their sizes unchanged as long as the engine is used; values in them
-//    may change between calls. Arrays not taken over are used during the call only.
+//    copies it, and reads it in later calls. Keep such arrays alive and their sizes unchanged as long as the engine is used; values of fields
+//    may change between calls, those of nodes and cells only before the next SetBaseData. Arrays not taken over are used during the call
+//    only.
 //  - Units. Lengths are those of the coordinates handed in (the search range and the shape parameters below are absolute: choose
 //    millimetres). Numbers are double precision; fields on nodes may be float.
 //  - Arguments are not checked, except where an operation says so. Null pointers, counts beyond the arrays and calls out of order are not

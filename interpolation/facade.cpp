@@ -40,6 +40,8 @@ void CTav3dInterpolation::SetBaseData(int nodeCount, double* nodeX, double* node
     m_pSolInterpolation->m_pNodeX = nodeX;
     m_pSolInterpolation->m_pNodeY = nodeY;
     m_pSolInterpolation->m_pNodeZ = nodeZ;
+    if (m_pSolInterpolation->m_pSearchTree != nullptr)
+        m_pSolInterpolation->m_pSearchTree->ForgetCellBoxes();
 }
 
 void CTav3dInterpolation::SetBaseData_Light(int cellCount, double* cellX, double* cellY, double* cellZ)

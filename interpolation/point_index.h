@@ -1,5 +1,6 @@
 #pragma once
 
+#include "common/compiler.h"
 #include "common/large_pages.h"
 #include "interpolation/numbered.h"
 #include "interpolation/two_doubles.h"
@@ -158,6 +159,27 @@ private:
         }
     }
 
+    /// Asks for the memory of children that are likely to be looked at, so that they arrive together and not one after the other. Before the first
+    /// leaf has narrowed a search these are all leaves of a branch; afterwards the branches and leaves that are still inside its limits.
+    void fetch(const Branch& branch, unsigned children) const
+    {
+        for (; children != 0; children &= children - 1)
+        {
+            const std::int32_t child = branch.child[std::countr_zero(children)];
+            if (child < 0)
+                fetch(&leaves_[static_cast<std::size_t>(~child)]);
+            else
+                fetch(&branches_[static_cast<std::size_t>(child)]);
+        }
+    }
+
+    template <class Node>
+    static void fetch(const Node* node)
+    {
+        for (std::size_t at = 0; at < sizeof(Node); at += 64)
+            common::prefetch(reinterpret_cast<const char*>(node) + at);
+    }
+
     template <class Search>
     void runChild(const Branch& branch, const Measures& m, int i, Search& search) const
     {
@@ -192,6 +214,9 @@ private:
         if (bits == 0)
             return;
 
+        if (branch.child[0] < 0)
+            fetch(branch, bits);
+
         // The nearest first: what it yields leaves out most of the others.
         double leasts[2];
         least.store(leasts);
@@ -206,6 +231,7 @@ private:
             bits &= ~(1u << i);
             runChild(branch, m, i, search);
             bits &= inside<Search>(m, search.limits());
+            fetch(branch, bits);
         }
         for (; bits != 0; bits = (bits & (bits - 1)) & inside<Search>(m, search.limits()))
             runChild(branch, m, std::countr_zero(bits), search);

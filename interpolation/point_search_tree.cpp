@@ -330,6 +330,18 @@ int CPointSearchTree::SearchOnlyNearest(double x, double y, double z)
     return hasIndex() ? m_pQueries->onlyNearest({x, y, z}) : 0;
 }
 
+int CPointSearchTree::SearchOnlyNearest(double x, double y, double z, const CellNodes& cells, bool& isInBox)
+{
+    isInBox = false;
+    return hasIndex() ? m_pQueries->onlyNearest({x, y, z}, cells, isInBox) : 0;
+}
+
+void CPointSearchTree::ForgetCellBoxes()
+{
+    if (m_pQueries)
+        m_pQueries->forgetBoxes();
+}
+
 // DELIBERATE candidates-need-two: the cube widens until it holds two points, so that a single near centre is not the only candidate.
 int CPointSearchTree::SearchCandidates(double x, double y, double z, Candidates& result)
 {

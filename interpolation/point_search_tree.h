@@ -63,6 +63,11 @@ public:
     /// The first number that SearchCandidates would give, if it is told at once that no other candidate is as near; otherwise 0.
     int SearchOnlyNearest(double x, double y, double z);
 
+    /// The same when the points are the centres of cells: tells whether the box of that cell holds (x, y, z). What the arrays hold must
+    /// not change until the next insertion, or call of ForgetCellBoxes.
+    int SearchOnlyNearest(double x, double y, double z, const tav3d::interpolation::CellNodes& cells, bool& isInBox);
+    void ForgetCellBoxes();
+
     /// What the searches of the same names answer, by visiting the nodes of the tree and nothing else.
     int VisitNearestPointIndex(double x, double y, double z, double& distance);
     int VisitCandidates(double x, double y, double z, Candidates& result);

@@ -1,11 +1,11 @@
 #include "interpolation/sol_interpolation.h"
 
+#include "interpolation/cell_boxes.h"
 #include "interpolation/cell_reduction.h"
 #include "interpolation/mq_quadrature.h"
 #include "interpolation/nearest_points.h"
 #include "interpolation/result_data_writer.h"
 
-#include <algorithm>
 #include <cstdint>
 #include <iostream>
 #include <utility>
@@ -27,19 +27,6 @@ void releaseArray(T*& array, std::unique_ptr<T[]>& storage)
         delete[] array;
     storage.reset();
     array = nullptr;
-}
-
-/// Whether the value lies in the range of the coordinates of the nodes, of which there is at least one.
-bool isBetween(std::span<const int> nodes, const double* coordinate, double value)
-{
-    double low = coordinate[nodes.front()];
-    double high = low;
-    for (const int node : nodes.subspan(1))
-    {
-        low = std::min(low, coordinate[node]);
-        high = std::max(high, coordinate[node]);
-    }
-    return low <= value && value <= high;
 }
 
 /// Puts an array into the engine's storage, in place of an earlier one, and returns its address.
@@ -150,8 +137,9 @@ int CSolInterpolation::FindCell(double x, double y, double z, int& candidates) c
     // Mostly the first candidate is the one; the others are then not needed, except for their number in what is printed.
     if (m_nDebugLevel == 0)
     {
-        const int cell = m_pSearchTree->SearchOnlyNearest(x, y, z);
-        if (cell > 0 && IsPointInCellBox(cell, x, y, z))
+        bool isInBox = false;
+        const int cell = m_pSearchTree->SearchOnlyNearest(x, y, z, {m_ppCellNode, m_pNodeX, m_pNodeY, m_pNodeZ, m_nCell}, isInBox);
+        if (isInBox)
             return cell;
     }
 
@@ -168,12 +156,7 @@ int CSolInterpolation::FindCell(double x, double y, double z, int& candidates) c
 
 bool CSolInterpolation::IsPointInCellBox(int cell, double x, double y, double z) const
 {
-    if (cell > m_nCell || m_ppCellNode == nullptr)
-        return false;
-    const std::span<const int> nodes = listItems(m_ppCellNode[cell]);
-    if (nodes.empty())
-        return false;
-    return isBetween(nodes, m_pNodeX, x) && isBetween(nodes, m_pNodeY, y) && isBetween(nodes, m_pNodeZ, z);
+    return boxOf({m_ppCellNode, m_pNodeX, m_pNodeY, m_pNodeZ, m_nCell}, cell).holds({x, y, z});
 }
 
 void CSolInterpolation::CleanDataPoint()

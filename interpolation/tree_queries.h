@@ -1,5 +1,6 @@
 #pragma once
 
+#include "interpolation/cell_boxes.h"
 #include "interpolation/nearest_points.h"
 
 #include <array>
@@ -42,6 +43,14 @@ public:
     /// As CPointSearchTree::SearchOnlyNearest.
     std::int32_t onlyNearest(const Point& target) const;
 
+    /// The same for points that are the centres of cells of their numbers; tells whether the box of the cell holds the target. Once it has been
+    /// asked often enough, it keeps the boxes of all cells, and forgets them when it is asked about other arrays. The contents of the arrays
+    /// must then not change.
+    std::int32_t onlyNearest(const Point& target, const CellNodes& cells, bool& isInBox);
+
+    /// The contents of the arrays have changed: boxes that are kept are read again.
+    void forgetBoxes();
+
     /// Writes up to numbers.size() candidates as CPointSearchTree::SearchCandidates; returns how many.
     std::size_t candidates(const Point& target, std::span<std::int32_t, 10> numbers);
 
@@ -54,10 +63,15 @@ private:
 
     void listTies(const Point& target, double radius, double farthest);
 
-    std::vector<std::int32_t> numberOf_; // by rank - 1
+    void keepBoxes();
+
+    std::vector<std::int32_t> numberOf_; // by rank - 1, from 0
     PointIndex index_;
     std::vector<Listed> listed_; // kept from query to query for its room
     std::vector<std::size_t> between_;
+    CellNodes cells_; // that boxes were last asked about
+    std::size_t asked_ = 0;
+    common::LargePageVector<CellBox> boxes_; // by rank - 1; none before they are worth it
 };
 
 } // namespace tav3d::interpolation

@@ -2,12 +2,14 @@
 
 #include "interpolation/tree_queries.h"
 
-#include "interpolation/point_search_tree.h"
+#include "interpolation/sol_interpolation.h"
 #include "point_clouds.h"
 
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <limits>
+#include <random>
 
 namespace tree_queries_test
 {
@@ -169,6 +171,152 @@ TEST(TreeQueries, points_inserted_between_queries_are_found)
         for (int t = 0; t < i % 7; ++t)
             compare(tree, places.next(), tally);
     }
+}
+
+namespace
+{
+
+/// Cells of zero to eight nodes, among them NaN, infinite, huge and tiny ones.
+struct OddMesh
+{
+    Points nodes, centres;
+    std::vector<std::array<int, 9>> rows;
+    std::vector<int*> row{nullptr};
+
+    OddMesh(const Points& cloud, double scale, std::mt19937& random)
+        : centres(cloud)
+    {
+        const double odd[] = {-0.0, 1e300, -1e300, 1e-300, HUGE_VAL, -HUGE_VAL, std::numeric_limits<double>::quiet_NaN()};
+        std::uniform_real_distribution<double> by(-0.6 * scale, 0.6 * scale);
+        rows.resize(centres.x.size());
+        for (int c = 1; c <= centres.count(); ++c)
+        {
+            const auto at = static_cast<std::size_t>(c);
+            rows[at][0] = random() % 8 == 0 ? static_cast<int>(random() % 8) : 8;
+            for (std::size_t k = 1; k < 9; ++k)
+            {
+                nodes.add(centres.x[at] + by(random), centres.y[at] + by(random), centres.z[at] + by(random));
+                rows[at][k] = nodes.count();
+                if (random() % 64 == 0)
+                    (random() % 2 == 0 ? nodes.x : nodes.z).back() = odd[random() % 7];
+            }
+            if (random() % 4 == 0) // a bound at the centre
+                nodes.y.back() = centres.y[at];
+            row.push_back(rows[at].data());
+        }
+    }
+
+    void enter(CSolInterpolation& engine, int cells)
+    {
+        engine.m_dXMin = engine.m_dYMin = engine.m_dZMin = -1;
+        engine.m_dXMax = engine.m_dYMax = engine.m_dZMax = 1;
+        engine.SetBaseData(nodes.count(), centres.count(), nodes.x.data(), nodes.y.data(), nodes.z.data(), centres.x.data(),
+                           centres.y.data(), centres.z.data(), row.data(), false);
+        engine.m_nCell = cells;
+    }
+
+    [[nodiscard]] bool isInBox(int cell, int cells, const std::array<double, 3>& p) const
+    {
+        if (cell > cells || row[static_cast<std::size_t>(cell)][0] == 0)
+            return false;
+        const int* items = row[static_cast<std::size_t>(cell)];
+        const std::vector<double>* axes[3] = {&nodes.x, &nodes.y, &nodes.z};
+        for (std::size_t k = 0; k < 3; ++k)
+        {
+            double low = (*axes[k])[static_cast<std::size_t>(items[1])];
+            double high = low;
+            for (int i = 2; i <= items[0]; ++i)
+            {
+                const double v = (*axes[k])[static_cast<std::size_t>(items[i])];
+                low = v < low ? v : low;
+                high = v > high ? v : high;
+            }
+            if (!(low <= p[k] && p[k] <= high))
+                return false;
+        }
+        return true;
+    }
+
+    [[nodiscard]] int cellOf(CPointSearchTree& tree, int cells, const std::array<double, 3>& p) const
+    {
+        CPointSearchTree::Candidates found;
+        tree.VisitCandidates(p[0], p[1], p[2], found);
+        for (int i = 0; i < found.count; ++i)
+            if (isInBox(found.number[static_cast<std::size_t>(i)], cells, p))
+                return found.number[static_cast<std::size_t>(i)];
+        return found.count == 0 ? 0 : found.number[0];
+    }
+};
+
+} // namespace
+
+TEST(TreeQueries, cells_of_data_points_are_those_of_visits_and_nodes)
+{
+    std::mt19937 random(5);
+    int asked = 0;
+    int answered = 0;
+    for (const Kind kind : clouds::allKinds)
+        for (const double scale : {1e-6, 1e-3, 1.0, 7.0})
+        {
+            SCOPED_TRACE(::testing::Message() << static_cast<int>(kind) << " scale " << scale);
+            Places places(kind, 4);
+            for (int round = 0; round < 60; ++round)
+            {
+                OddMesh mesh(scaled(clouds::cloud(places, round), scale), scale, random);
+                const int cells = mesh.centres.count() - (round % 5 == 0 ? round / 5 : 0);
+                CSolInterpolation engine;
+                mesh.enter(engine, cells);
+                for (int t = 0; t < 100; ++t, ++asked)
+                {
+                    std::array<double, 3> p = scaled(places.next(), scale);
+                    if (t % 10 == 0 && mesh.nodes.count() > 0)
+                    {
+                        const std::size_t n = 1 + random() % static_cast<std::size_t>(mesh.nodes.count());
+                        p = {mesh.nodes.x[n], mesh.nodes.y[n], mesh.nodes.z[n]};
+                    }
+                    const int cell = engine.SetDataPoint(p[0], p[1], p[2]);
+                    ASSERT_EQ(cell, mesh.cellOf(*engine.m_pSearchTree, cells, p)) << p[0] << ' ' << p[1] << ' ' << p[2];
+                    answered += cell > 0 && mesh.isInBox(cell, cells, p) ? 1 : 0;
+                }
+            }
+        }
+    EXPECT_GE(asked, 100000);
+    EXPECT_GT(answered, asked / 10);
+}
+
+TEST(TreeQueries, boxes_of_cells_are_forgotten_with_the_arrays_they_were_made_of)
+{
+    std::mt19937 random(6);
+    Places places(Kind::Lattice, 5);
+    OddMesh mesh(clouds::cloud(places, 30), 1.0, random);
+    OddMesh other(mesh.centres, 3.0, random);
+    CSolInterpolation engine;
+    mesh.enter(engine, mesh.centres.count());
+    const auto compareAll = [&](const OddMesh& with, int cells)
+    {
+        for (int t = 0; t < 200; ++t)
+        {
+            const std::array<double, 3> p = places.next();
+            ASSERT_EQ(engine.SetDataPoint(p[0], p[1], p[2]), with.cellOf(*engine.m_pSearchTree, cells, p));
+        }
+    };
+    compareAll(mesh, mesh.centres.count());
+    engine.m_pNodeX = other.nodes.x.data();
+    engine.m_pNodeY = other.nodes.y.data();
+    engine.m_pNodeZ = other.nodes.z.data();
+    engine.m_ppCellNode = other.row.data();
+    compareAll(other, mesh.centres.count());
+    engine.m_nCell = 9;
+    compareAll(other, 9);
+    other.nodes = OddMesh(mesh.centres, 0.5, random).nodes;
+    engine.m_pSearchTree->ForgetCellBoxes();
+    engine.m_pNodeX = other.nodes.x.data();
+    engine.m_pNodeY = other.nodes.y.data();
+    engine.m_pNodeZ = other.nodes.z.data();
+    compareAll(other, 9);
+    engine.SetBaseData_PartitionCell(0, nullptr, nullptr, nullptr);
+    engine.m_pSearchTree->Insert(0.1, 0.2, 0.3);
+    compareAll(other, 9);
 }
 
 } // namespace tree_queries_test
