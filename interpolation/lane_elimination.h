@@ -70,7 +70,7 @@ inline void finishTop(Lanes* const* row, int k, int c, Lanes* u)
 /// same), and takes a root after every other column. Half of the elements of U are kept in a register for both rows, half are read twice:
 /// the processor can read two operands per cycle, but start only so many instructions.
 template <int terms, bool two>
-inline void reduceRows(Lanes* const* top, Roots& roots, Lanes* row, Lanes* other, int k, int from, int to)
+inline void reduceRows(Lanes* const* top, Roots& roots, Lanes* row, Lanes* other, int k, int from, int to, Lanes factor)
 {
     Lanes l[terms];
     Lanes m[terms];
@@ -81,6 +81,9 @@ inline void reduceRows(Lanes* const* top, Roots& roots, Lanes* row, Lanes* other
         m[t] = other[k + t];
         u[t] = top[t];
     }
+    row[k + terms - 1] = l[terms - 1] = l[terms - 1] * factor;
+    if (two)
+        other[k + terms - 1] = m[terms - 1] = m[terms - 1] * factor;
     const auto reduceColumn = [&](int c)
     {
         Lanes a = row[c];
@@ -114,7 +117,7 @@ inline void reduceRows(Lanes* const* top, Roots& roots, Lanes* row, Lanes* other
 
 /// Brings the columns from..to-1 up to date with the panel of `terms` columns that starts at column k.
 template <int terms>
-void reduceRange(const System& s, int k, int from, int to)
+void reduceRange(const System& s, int k, int from, int to, Lanes factor)
 {
     Lanes* const* top = s.row + k;
     for (int c = from; c < to; ++c)
@@ -124,23 +127,23 @@ void reduceRange(const System& s, int k, int from, int to)
     }
     int i = k + terms;
     for (; i + 1 < s.n; i += 2)
-        reduceRows<terms, true>(top, *s.roots, s.row[i], s.row[i + 1], k, from, to);
+        reduceRows<terms, true>(top, *s.roots, s.row[i], s.row[i + 1], k, from, to, factor);
     if (i < s.n)
-        reduceRows<terms, false>(top, *s.roots, s.row[i], s.row[i], k, from, to);
+        reduceRows<terms, false>(top, *s.roots, s.row[i], s.row[i], k, from, to, factor);
 }
 
-void reduceRange(const System& s, int k, int terms, int from, int to)
+void reduceRange(const System& s, int k, int terms, int from, int to, Lanes factor)
 {
     switch (terms)
     {
     case 1:
-        return reduceRange<1>(s, k, from, to);
+        return reduceRange<1>(s, k, from, to, factor);
     case 2:
-        return reduceRange<2>(s, k, from, to);
+        return reduceRange<2>(s, k, from, to, factor);
     case 3:
-        return reduceRange<3>(s, k, from, to);
+        return reduceRange<3>(s, k, from, to, factor);
     default:
-        return reduceRange<4>(s, k, from, to);
+        return reduceRange<4>(s, k, from, to, factor);
     }
 }
 
@@ -158,7 +161,7 @@ void reduceFromFirstNonzero(const System& s, int c, Mask& started, int k, int te
 }
 
 /// The same as reduceRange() for all columns from `from` on and the right-hand sides.
-void reduceTrailing(System& s, int k, int terms, int from)
+void reduceTrailing(System& s, int k, int terms, int from, Lanes factor)
 {
     if (!s.allStarted)
     {
@@ -168,8 +171,8 @@ void reduceTrailing(System& s, int k, int terms, int from)
         s.allStarted = nonzero == allLanes;
     }
     if (s.allStarted)
-        return reduceRange(s, k, terms, from, s.right + 3);
-    reduceRange(s, k, terms, from, s.n);
+        return reduceRange(s, k, terms, from, s.right + 3, factor);
+    reduceRange(s, k, terms, from, s.n, factor);
     s.allStarted = true;
     for (int axis = 0; axis < 3; ++axis)
     {
@@ -297,11 +300,8 @@ int eliminate(System& s, int from, int to, const Partner& partner)
             diagonal = choose(equal(diagonal, Lanes::all(0.0)), Lanes::all(tinyPivot), diagonal);
             factor = Lanes::all(1.0) / diagonal;
         }
-        if (!parted)
-            for (int i = k + terms; i < s.n; ++i)
-                s.row[i][k + terms - 1] = s.row[i][k + terms - 1] * factor;
         if (terms > 0)
-            reduceTrailing(s, k, terms, k + terms + (parted ? 1 : 0));
+            reduceTrailing(s, k, terms, k + terms + (parted ? 1 : 0), parted ? Lanes::all(1.0) : factor);
         k += terms;
     }
     return k;

@@ -23,13 +23,16 @@ struct Distances
     double* largestWithout; // per row, the last point left out
 };
 
-void measure(const TrialStencil& s, const Distances& d)
+/// Measures, and takes the roots of the pairs for the first system while it does.
+void measure(const TrialStencil& s, const Distances& d, Roots& roots)
 {
     *d.none = 0.0;
     for (int i = 0; i < s.n; ++i)
         d.largest[i] = d.largestWithout[i] = 0.0;
     double* row = d.squared;
-    for (int i = 0; i < s.n; row += i, ++i)
+    Lanes* root = roots.root;
+    const Lanes cc = roots.cc;
+    for (int i = 0; i < s.n; row += i, root += i, ++i)
     {
         if (i == s.n - 1)
             for (int j = 0; j < i; ++j)
@@ -40,12 +43,15 @@ void measure(const TrialStencil& s, const Distances& d)
             const double dx = s.x[i] - s.x[j];
             const double dy = s.y[i] - s.y[j];
             const double dz = s.z[i] - s.z[j];
-            row[j] = dx * dx + dy * dy + dz * dz;
-            largest = row[j] > largest ? row[j] : largest;
-            d.largest[j] = row[j] > d.largest[j] ? row[j] : d.largest[j];
+            const double squared = dx * dx + dy * dy + dz * dz;
+            row[j] = squared;
+            root[j] = squareRoot(Lanes::all(squared) + cc);
+            largest = squared > largest ? squared : largest;
+            d.largest[j] = squared > d.largest[j] ? squared : d.largest[j];
         }
         d.largest[i] = largest;
     }
+    roots.done = s.n * (s.n - 1) / 2;
 }
 
 /// Matrix, right-hand sides and scales from all roots. The divisions stand among the copying as they need not wait for it.
@@ -118,18 +124,19 @@ void tryAll(const TrialStencil& stencil, const double* shape, double* room, Tria
     Lanes** const partRow = row + n;
     for (int i = 0; i < n; ++i)
         number[i] = i;
-    measure(stencil, distances);
-    bool sameScales = true;
-    for (int i = 0; i < n - 1; ++i)
-        sameScales = sameScales && distances.largest[i] == distances.largestWithout[i];
-    const bool twoScales = without != nullptr && !sameScales;
-
     const auto square = [shape](int t)
     {
         const Lanes c = Lanes::from(shape + t);
         return c * c;
     };
-    Roots roots{squared, square(0), root, 0, pairs + 1 + (twoScales ? 2 : 1) * n};
+    Roots roots{squared, square(0), root, 0, pairs + 1 + n};
+    measure(stencil, distances, roots);
+    bool sameScales = true;
+    for (int i = 0; i < n - 1; ++i)
+        sameScales = sameScales && distances.largest[i] == distances.largestWithout[i];
+    const bool twoScales = without != nullptr && !sameScales;
+    roots.count += twoScales ? n : 0;
+
     const Mask none = differs(square(0), square(0));
     const int scale = n + 3;
     for (int t = 0; t < shapeCount; t += Lanes::width)
