@@ -75,15 +75,17 @@ inline void reduceRows(Lanes* const* top, Roots& roots, Lanes* row, Lanes* other
     Lanes l[terms];
     Lanes m[terms];
     const Lanes* u[terms];
+    Lanes* const left = row + k;
+    Lanes* const otherLeft = other + k;
     for (int t = 0; t < terms; ++t)
     {
-        l[t] = row[k + t];
-        m[t] = other[k + t];
+        l[t] = left[t];
+        m[t] = otherLeft[t];
         u[t] = top[t];
     }
-    row[k + terms - 1] = l[terms - 1] = l[terms - 1] * factor;
+    left[terms - 1] = l[terms - 1] = l[terms - 1] * factor;
     if (two)
-        other[k + terms - 1] = m[terms - 1] = m[terms - 1] * factor;
+        otherLeft[terms - 1] = m[terms - 1] = m[terms - 1] * factor;
     const auto reduceColumn = [&](int c)
     {
         Lanes a = row[c];
