@@ -72,11 +72,11 @@ template <class Mark>
     // DELIBERATE renumber-count-grows: the count is not reset, so a start above 0 makes the array longer than its list.
     count += marked;
     auto list = makeNumbered<int>(std::max(count, marked));
-    int k = 0;
-    for (int node = 1; node <= mark.count(); ++node)
+    int listed = 0;
+    for (int node = 1; listed < marked; ++node) // each node takes the next place, and keeps it when it is marked: no branch to foresee
     {
-        if (mark[node])
-            list[++k] = node;
+        list[listed + 1] = node;
+        listed += mark[node] != 0;
     }
     return list;
 }
