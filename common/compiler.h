@@ -7,6 +7,13 @@
 #define TAV3D_X86_64 1
 #endif
 
+/// Keeps what has just been read in a register, where the compiler would rather read it again for every use.
+#if defined(__GNUC__) && defined(TAV3D_X86_64)
+#define TAV3D_KEEP_IN_REGISTER(value) __asm__("" : "+x"(value))
+#else
+#define TAV3D_KEEP_IN_REGISTER(value) static_cast<void>(0)
+#endif
+
 #if defined(_MSC_VER) && defined(TAV3D_X86_64)
 #include <xmmintrin.h>
 #endif
@@ -14,8 +21,9 @@
 namespace tav3d::common
 {
 
-/// Asks for the cache line at an address that will be read soon; any address will do.
-inline void prefetch([[maybe_unused]] const void* address) noexcept
+/// Asks for the cache line at an address that will be read soon; any address will do. Static: a source file that is compiled for a wider
+/// instruction set must not lend its copy to others.
+static inline void prefetch([[maybe_unused]] const void* address) noexcept
 {
 #if defined(__GNUC__)
     __builtin_prefetch(address);

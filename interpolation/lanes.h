@@ -4,6 +4,8 @@
 // double) and includes this file once, without a guard. Everything here has internal linkage, so that no code compiled for one instruction
 // set can be linked into the code of another; for the same reason such a file uses no templates or inline functions of the standard library.
 
+#include "common/compiler.h"
+
 #if defined(TAV3D_LANES_AVX2) || defined(TAV3D_LANES_SSE2)
 #include <immintrin.h>
 #else

@@ -31,7 +31,8 @@ struct Trials
 /// Doubles of room (any alignment of 32 bytes) that a stencil of n points needs.
 constexpr int trialRoom(int n)
 {
-    return 4 * (2 * (n | 1) * (n + 3) + 8 * n + n * (n - 1) / 2) + 3 * n + n * (n - 1) / 2;
+    const int distances = n * (n - 1) / 2 + 1 + 2 * n;
+    return 4 * (2 * n * ((n + 5) | 1) + 6 * n + distances) + distances + 3 * n;
 }
 
 /// Fits the stencil with each shape parameter. With `without` given also the stencil without its last point; that asks for n >= 2,

@@ -14,20 +14,25 @@ using tav3d::interpolation::shapeCount;
 using tav3d::interpolation::Trials;
 using tav3d::interpolation::TrialStencil;
 
-/// The squared distances of a stencil's points.
+/// The squared distances of a stencil's points. They stand in one run, each to have a root taken of its sum with c^2.
 struct Distances
 {
     double* squared;        // of points i and 0..i-1, for i = 1, 2, ...
+    double* none;           // a single 0.0, the distance of a point from itself
     double* largest;        // per row
     double* largestWithout; // per row, the last point left out
 };
 
-void measure(const TrialStencil& s, const Distances& d)
+/// Measures, and takes the roots of the pairs for the first system while it does.
+void measure(const TrialStencil& s, const Distances& d, Roots& roots)
 {
+    *d.none = 0.0;
     for (int i = 0; i < s.n; ++i)
         d.largest[i] = d.largestWithout[i] = 0.0;
     double* row = d.squared;
-    for (int i = 0; i < s.n; row += i, ++i)
+    Lanes* root = roots.root;
+    const Lanes cc = roots.cc;
+    for (int i = 0; i < s.n; row += i, root += i, ++i)
     {
         if (i == s.n - 1)
             for (int j = 0; j < i; ++j)
@@ -38,51 +43,59 @@ void measure(const TrialStencil& s, const Distances& d)
             const double dx = s.x[i] - s.x[j];
             const double dy = s.y[i] - s.y[j];
             const double dz = s.z[i] - s.z[j];
-            row[j] = dx * dx + dy * dy + dz * dz;
-            largest = row[j] > largest ? row[j] : largest;
-            d.largest[j] = row[j] > d.largest[j] ? row[j] : d.largest[j];
+            const double squared = dx * dx + dy * dy + dz * dz;
+            row[j] = squared;
+            root[j] = squareRoot(Lanes::all(squared) + cc);
+            largest = squared > largest ? squared : largest;
+            d.largest[j] = squared > d.largest[j] ? squared : d.largest[j];
         }
         d.largest[i] = largest;
     }
+    roots.done = s.n * (s.n - 1) / 2;
 }
 
-/// Matrix and right-hand sides from all roots.
-void setUp(const System& s, const TrialStencil& stencil, const Distances& d)
+/// Matrix, right-hand sides and scales from all roots. The divisions stand among the copying as they need not wait for it.
+void setUp(const System& s, Lanes* element, int stride, const TrialStencil& stencil)
 {
-    const Lanes cc = s.roots->cc;
-    const Lanes onDiagonal = squareRoot(Lanes::all(0.0) + cc);
     const Lanes* root = s.roots->root;
-    for (int i = 0; i < s.n; ++i)
+    const Lanes* const onDiagonal = root + s.n * (s.n - 1) / 2;
+    const Lanes* const largest = onDiagonal + 1;
+    const double* const coordinate[3] = {stencil.x, stencil.y, stencil.z};
+    for (int i = 0; i < s.n; root += i, ++i)
     {
+        Lanes* const row = element + i * stride;
+        s.row[i] = row;
+        const Lanes first = i > 0 ? root[0] : *onDiagonal;
+        for (int axis = 0; axis < 3; ++axis)
+            row[s.right + axis] = Lanes::all(coordinate[axis][0] - coordinate[axis][i]) / first;
+        for (int scales = s.scale, at = i; scales < s.width; ++scales, at += s.n)
+            row[scales] = Lanes::all(1.0) / largest[at];
         for (int j = 0; j < i; ++j)
         {
-            const Lanes r = *root++;
-            s.column(i)[j] = r;
-            s.column(j)[i] = r;
+            row[j] = root[j];
+            element[j * stride + i] = root[j];
         }
-        s.column(i)[i] = onDiagonal;
-        s.scale[i] = Lanes::all(1.0) / squareRoot(Lanes::all(d.largest[i]) + cc);
+        row[i] = *onDiagonal;
     }
-    const double* const coordinate[3] = {stencil.x, stencil.y, stencil.z};
-    for (int axis = 0; axis < 3; ++axis)
-        for (int j = 0; j < s.n; ++j)
-            s.column(s.n + axis)[j] = Lanes::all(coordinate[axis][0] - coordinate[axis][j]) / s.column(0)[j];
 }
 
 /// What the weights w[3 i + axis] of n points say, for the shape parameters from number `shape` on.
 void conclude(const Lanes* w, const double* phi, int n, int shape, Trials& trials)
 {
+    Lanes sum[3];
+    Lanes derivative[3];
+    for (int axis = 0; axis < 3; ++axis)
+        sum[axis] = derivative[axis] = Lanes::all(0.0);
+    for (int i = 0; i < n; ++i)
+        for (int axis = 0; axis < 3; ++axis)
+        {
+            sum[axis] = sum[axis] + w[3 * i + axis];
+            derivative[axis] = derivative[axis] + Lanes::all(phi[i]) * w[3 * i + axis];
+        }
     for (int axis = 0; axis < 3; ++axis)
     {
-        Lanes sum = Lanes::all(0.0);
-        Lanes derivative = Lanes::all(0.0);
-        for (int i = 0; i < n; ++i)
-        {
-            sum = sum + w[3 * i + axis];
-            derivative = derivative + Lanes::all(phi[i]) * w[3 * i + axis];
-        }
-        magnitude(sum).to(trials.defect[axis] + shape);
-        derivative.to(trials.derivative[axis] + shape);
+        magnitude(sum[axis]).to(trials.defect[axis] + shape);
+        derivative[axis].to(trials.derivative[axis] + shape);
         w[3 * (n - 1) + axis].to(trials.lastWeight[axis] + shape);
     }
 }
@@ -90,7 +103,8 @@ void conclude(const Lanes* w, const double* phi, int n, int shape, Trials& trial
 void tryAll(const TrialStencil& stencil, const double* shape, double* room, Trials& with, Trials* without)
 {
     const int n = stencil.n;
-    const int stride = n | 1; // odd: the rows of a column, and the columns of a row, fall into different cache sets
+    const int pairs = n * (n - 1) / 2;
+    const int stride = (n + 5) | 1; // of rows; odd, so that the elements of a column spread over the cache
     Lanes* lanes = reinterpret_cast<Lanes*>(room);
     const auto take = [&lanes](int count)
     {
@@ -98,37 +112,38 @@ void tryAll(const TrialStencil& stencil, const double* shape, double* room, Tria
         lanes += count;
         return taken;
     };
-    Lanes* const element = take(stride * (n + 3));
-    Lanes* const partElement = take(stride * (n + 3));
-    Lanes* const scale = take(n);
-    Lanes* const partScale = take(n);
+    Lanes* const element = take(n * stride);
+    Lanes* const partElement = take(n * stride);
     Lanes* const x = take(3 * n);
     Lanes* const partX = take(3 * n);
-    Lanes* const root = take(n * (n - 1) / 2);
-    double* const numbers = reinterpret_cast<double*>(lanes);
-    const Distances distances{numbers + 3 * n, numbers, numbers + n};
-    double* const number = numbers + 2 * n;
+    Lanes* const root = take(pairs + 1 + 2 * n);
+    double* const squared = reinterpret_cast<double*>(lanes);
+    const Distances distances{squared, squared + pairs, squared + pairs + 1, squared + pairs + 1 + n};
+    double* const number = distances.largestWithout + n;
+    Lanes** const row = reinterpret_cast<Lanes**>(number + n);
+    Lanes** const partRow = row + n;
     for (int i = 0; i < n; ++i)
         number[i] = i;
-    measure(stencil, distances);
-    bool sameScales = true;
-    for (int i = 0; i < n - 1; ++i)
-        sameScales = sameScales && distances.largest[i] == distances.largestWithout[i];
-
     const auto square = [shape](int t)
     {
         const Lanes c = Lanes::from(shape + t);
         return c * c;
     };
-    Roots roots{distances.squared, square(0), root, 0, n * (n - 1) / 2};
+    Roots roots{squared, square(0), root, 0, pairs + 1 + n};
+    measure(stencil, distances, roots);
+    bool sameScales = true;
+    for (int i = 0; i < n - 1; ++i)
+        sameScales = sameScales && distances.largest[i] == distances.largestWithout[i];
+    const bool twoScales = without != nullptr && !sameScales;
+    roots.count += twoScales ? n : 0;
+
     const Mask none = differs(square(0), square(0));
+    const int scale = n + 3;
     for (int t = 0; t < shapeCount; t += Lanes::width)
     {
         roots.finish();
-        System system{element, stride, n, number, scale, {none, none, none}, false, &roots};
-        setUp(system, stencil, distances);
-        for (int i = 0; i < n - 1 && !sameScales; ++i)
-            partScale[i] = Lanes::all(1.0) / squareRoot(Lanes::all(distances.largestWithout[i]) + roots.cc);
+        System system{row, n, n, scale, scale + (twoScales ? 2 : 1), number, {none, none, none}, false, &roots};
+        setUp(system, element, stride, stencil);
         if (t + Lanes::width < shapeCount)
         {
             roots.cc = square(t + Lanes::width);
@@ -137,23 +152,24 @@ void tryAll(const TrialStencil& stencil, const double* shape, double* room, Tria
 
         if (without == nullptr)
         {
-            eliminate(system, 0, n - 1, {false, nullptr});
+            eliminate(system, 0, n - 1, {false, scale});
             finishLastPivot(system);
-            substituteBack(system, n, x);
+            substituteBack(system, x);
         }
         else
         {
-            const int done = eliminate(system, 0, n - 1, {true, sameScales ? nullptr : partScale});
+            const Partner partner{true, twoScales ? scale + 1 : scale};
+            const int done = eliminate(system, 0, n - 1, partner);
             System part = system;
             if (done < n - 1)
             {
-                part = withoutLast(system, partElement, partScale, sameScales);
-                eliminate(part, done, n - 2, {false, nullptr});
+                part = withoutLast(system, partner, done, partRow, partElement, stride);
+                eliminate(part, done, n - 2, {false, scale});
                 finishLastPivot(part);
-                eliminate(system, done, n - 1, {false, nullptr});
+                eliminate(system, done, n - 1, {false, scale});
             }
             finishLastPivot(system);
-            substituteBackBoth(system, x, part.element, part.column(part.n), partX);
+            substituteBackBoth(system, x, part.row, partX);
             conclude(partX, stencil.phi, n - 1, t, *without);
         }
         conclude(x, stencil.phi, n, t, with);

@@ -6,6 +6,8 @@
 
 #include "interpolation/lane_roots.h"
 
+#include "interpolation/lane_update.h"
+
 #include "interpolation/lane_elimination.h"
 
 #include "interpolation/lane_substitution.h"

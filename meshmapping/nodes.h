@@ -71,12 +71,15 @@ template <class Mark>
         marked += mark[node] != 0;
     // DELIBERATE renumber-count-grows: the count is not reset, so a start above 0 makes the array longer than its list.
     count += marked;
-    auto list = makeNumbered<int>(std::max(count, marked));
-    int k = 0;
-    for (int node = 1; node <= mark.count(); ++node)
+    const int last = std::max(count, marked);
+    auto list = std::make_unique_for_overwrite<int[]>(static_cast<std::size_t>(last) + 1);
+    list[0] = 0;
+    std::fill(list.get() + marked + 1, list.get() + last + 1, 0);
+    int listed = 0;
+    for (int node = 1; listed < marked; ++node) // each node takes the next place, and keeps it when it is marked: no branch to foresee
     {
-        if (mark[node])
-            list[++k] = node;
+        list[listed + 1] = node;
+        listed += mark[node] != 0;
     }
     return list;
 }

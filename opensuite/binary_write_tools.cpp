@@ -41,9 +41,14 @@ void CBinaryWriteTools::SetResultItemDimension(int resultType, CBinaryInform& in
 void CBinaryWriteTools::SetResultItemMappingIDArray(int resultType, CBinaryInform& inform, int count, int* id)
 {
     CBinaryResultType& type = inform.m_ResultType[resultType];
-    type.m_MappingID.assign(static_cast<std::size_t>(std::max(count, 0)) + 1, 0);
-    if (id != nullptr && count > 0)
-        std::copy(id + 1, id + 1 + count, type.m_MappingID.begin() + 1);
+    const auto size = static_cast<std::size_t>(std::max(count, 0)) + 1;
+    std::vector<int>& list = type.m_MappingID;
+    list.clear();
+    list.reserve(size);
+    list.push_back(0);
+    if (id != nullptr)
+        list.insert(list.end(), id + 1, id + size);
+    list.resize(size);
 }
 
 int* CBinaryWriteTools::GetResultItemMappingIDArray(int resultType, CBinaryInform& inform)

@@ -108,10 +108,9 @@ void OpenResultFile::readTypes(const std::string& parent)
             std::vector<int>& id = type.m_MappingID;
             id.resize(static_cast<std::size_t>(dimension[k]) + 1);
             ids.read(0, std::span<std::int32_t>(id).subspan(1));
-            for (std::size_t e = 1; e < id.size(); ++e) // entry 0 is 0, so that the first must be 1 or more
-                if (id[e] <= id[e - 1] || id[e] > nodeTotal_)
-                    file_->fail(item, "entry " + std::to_string(e) + " of its ID map is " + std::to_string(id[e]) +
-                                          "; the entries must ascend from 1 to " + std::to_string(nodeTotal_));
+            if (const std::size_t e = layout::firstMisfit(id, nodeTotal_); e != 0)
+                file_->fail(item, "entry " + std::to_string(e) + " of its ID map is " + std::to_string(id[e]) +
+                                      "; the entries must ascend from 1 to " + std::to_string(nodeTotal_));
         }
         if (!description_.m_ResultType.emplace(number[k], std::move(type)).second)
             file_->fail(item, "stands twice in the table of result types");

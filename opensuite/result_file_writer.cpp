@@ -165,10 +165,9 @@ void ResultFileWriter::setIDMaps(const CBinaryInform& inform)
         const std::size_t count = static_cast<std::size_t>(given.m_nDimension);
         if (id.size() != count + 1 && !(count == 0 && id.empty()))
             refuse(layout::typeText(number), "its ID map has not " + std::to_string(count) + " entries");
-        for (std::size_t k = 1; k <= count; ++k)
-            if (id[k] < 1 || id[k] > nodeTotal_ || (k > 1 && id[k] <= id[k - 1]))
-                refuse(layout::typeText(number), "entry " + std::to_string(k) + " of its ID map is " + std::to_string(id[k]) +
-                                                     "; the entries must ascend from 1 to " + std::to_string(nodeTotal_));
+        if (const std::size_t k = layout::firstMisfit(id, nodeTotal_); k != 0)
+            refuse(layout::typeText(number), "entry " + std::to_string(k) + " of its ID map is " + std::to_string(id[k]) +
+                                                 "; the entries must ascend from 1 to " + std::to_string(nodeTotal_));
         found->second.m_MappingID = id;
     }
 }

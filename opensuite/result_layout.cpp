@@ -25,4 +25,20 @@ std::string arrayName(const CBinaryResultItem& item)
     return name + suffix;
 }
 
+std::size_t firstMisfit(std::span<const std::int32_t> id, std::int32_t nodeTotal)
+{
+    if (id.size() < 2)
+        return 0;
+    // First as a whole, without a branch per entry: where all entries ascend, the last is the highest.
+    bool misfits = id[1] < 1;
+    for (std::size_t k = 2; k < id.size(); ++k)
+        misfits |= id[k] <= id[k - 1];
+    if (!misfits && id.back() <= nodeTotal)
+        return 0;
+    std::size_t k = 1;
+    for (std::int32_t before = 0; id[k] > before && id[k] <= nodeTotal; ++k)
+        before = id[k];
+    return k;
+}
+
 } // namespace tav3d::opensuite::result_layout

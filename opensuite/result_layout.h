@@ -3,6 +3,7 @@
 // Names and numbers of the result file's layout, shared by its reader and its writer. docs/file-formats.md draws the whole tree.
 
 #include <cstdint>
+#include <span>
 #include <string>
 
 struct CBinaryResultItem;
@@ -89,5 +90,9 @@ enum class Storage : std::int32_t
 
 /// The array of an item: its name, as far as 32 characters allow, and its number, which makes it unique: "Temperature (6)".
 [[nodiscard]] std::string arrayName(const CBinaryResultItem& item);
+
+/// The first of the entries 1.. of an ID map that is not above the one before it, or the first of all not above 0, or is beyond `nodeTotal`; 0 when all
+/// are good.
+[[nodiscard]] std::size_t firstMisfit(std::span<const std::int32_t> id, std::int32_t nodeTotal);
 
 } // namespace tav3d::opensuite::result_layout

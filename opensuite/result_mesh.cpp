@@ -2,6 +2,7 @@
 
 #include "cgns_reader.h"
 #include "common/file_names.h"
+#include "file_state.h"
 #include "mesh_file_layout.h"
 #include "mesh_file_stream.h"
 #include "result_layout.h"
@@ -42,13 +43,8 @@ std::array<std::int64_t, 2> zoneSize(const CgnsReader& reader, const std::string
     return {size[0], size[1]};
 }
 
-} // namespace
-
-std::optional<ResultMesh> findResultMesh(const std::string& path, bool onCutCellMesh)
+ResultMesh readResultMesh(const std::string& path, bool onCutCellMesh)
 {
-    std::error_code ignored;
-    if (!fs::exists(pathOf(path), ignored))
-        return {};
     const CgnsReader reader(path);
     if (!reader.has(mesh_layout::description))
         throw FileError(FileFailure::WrongKind, path, "", "is no mesh file");
@@ -77,7 +73,7 @@ std::optional<ResultMesh> findResultMesh(const std::string& path, bool onCutCell
     return mesh;
 }
 
-std::int64_t countPartNodes(const std::string& path, bool onCutCellMesh)
+std::int64_t readPartNodes(const std::string& path, bool onCutCellMesh)
 {
     const CgnsReader reader(path);
     std::int64_t nodes = 0;
@@ -87,6 +83,48 @@ std::int64_t countPartNodes(const std::string& path, bool onCutCellMesh)
         for (const std::int32_t node : block)
             ofPart[static_cast<std::size_t>(node)] = true;
     return std::count(ofPart.get(), ofPart.get() + nodes + 1, true);
+}
+
+/// What has been read of a mesh file. The results of a model are written one after the other, and all of them ask for the same.
+struct KnownMesh
+{
+    FileState state;
+    std::optional<ResultMesh> mesh[2]; // on the voxel mesh, on the cut-cell mesh
+    std::optional<std::int64_t> partNodes[2];
+};
+thread_local KnownMesh known; // of the file asked for last
+
+/// The value of `kept` for the file at `path`, from memory while the file stands as it was. What cannot be read is not remembered.
+template <class Value, class Read>
+Value recall(const std::string& path, std::optional<Value> (KnownMesh::*kept)[2], bool onCutCellMesh, Read&& read)
+{
+    const std::optional<FileState> state = settledStateOf(pathOf(path));
+    if (!state)
+        return read(path, onCutCellMesh);
+    if (known.state != *state)
+    {
+        known = KnownMesh();
+        known.state = *state; // as it was before reading: what is changed meanwhile is not taken for it
+    }
+    std::optional<Value>& value = (known.*kept)[onCutCellMesh ? 1 : 0];
+    if (!value)
+        value = read(path, onCutCellMesh);
+    return *value;
+}
+
+} // namespace
+
+std::optional<ResultMesh> findResultMesh(const std::string& path, bool onCutCellMesh)
+{
+    std::error_code ignored;
+    if (!fs::exists(pathOf(path), ignored))
+        return {};
+    return recall(path, &KnownMesh::mesh, onCutCellMesh, readResultMesh);
+}
+
+std::int64_t countPartNodes(const std::string& path, bool onCutCellMesh)
+{
+    return recall(path, &KnownMesh::partNodes, onCutCellMesh, readPartNodes);
 }
 
 std::string meshPathToStore(const std::string& meshFile, const std::string& resultFile)

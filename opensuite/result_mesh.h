@@ -25,11 +25,11 @@ struct ResultMesh
     std::array<std::int64_t, 2> bothNodes{}; // node counts of the voxel and the cut-cell mesh
 };
 
-/// Reads it from the mesh file at `path`; nothing when there is no such file. Throws FileError when something stands there that is not a mesh
+/// Reads it from the mesh file at `path`, or remembers it as long as the file has not changed since it was last read on this thread; nothing when there is no such file. Throws FileError when something stands there that is not a mesh
 /// file with both zones.
 [[nodiscard]] std::optional<ResultMesh> findResultMesh(const std::string& path, bool onCutCellMesh);
 
-/// Number of nodes of the part in one mesh of the mesh file at `path`. Throws FileError when it cannot be read.
+/// Number of nodes of the part in one mesh of the mesh file at `path`; remembered likewise. Throws FileError when it cannot be read.
 [[nodiscard]] std::int64_t countPartNodes(const std::string& path, bool onCutCellMesh);
 
 /// How a result file at `resultFile` refers to its mesh file: relative to the result file's folder, with '/'; absolute where no relative

@@ -4,15 +4,20 @@
 #include "TAV3DCoolTools.h"
 #include "TAV3DResultEngine.h"
 #include "Tav3dMeshMappingArrary.h"
+#include "meshmapping/mapping_array_view.h"
+#include "meshmapping/pick_up_plan.h"
 #include "meshmapping/tecplot_output.h"
 #include "move_aside.h"
 #include "result_names.h"
 #include "tecplot_capture.h"
 
+#include <algorithm>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <vector>
 
+namespace mm = tav3d::meshmapping;
 namespace names = tav3d::resultmapping;
 
 CTav3dQ7XMapping_Voxel2CutCell::CTav3dQ7XMapping_Voxel2CutCell()
@@ -111,15 +116,18 @@ void registerIDMap(CBinaryInform& inform, int resultType, int count, int* ids)
     CBinaryWriteTools::SetResultItemMappingIDArray(resultType, inform, count, ids);
 }
 
-/// The compact array of an item that is stored through an ID map: entry i = full[ids[i]], entry 0 = 0. A map that was not rebuilt for the cut-cell
-/// mesh can name nodes beyond its nNode nodes; these get 0. The array serves all items of a run.
-float* throughIDMap(const float* full, int nNode, const int* ids, int count, std::vector<float>& compact)
+/// The nodes whose values an item stores, of a result type with an ID map.
+mm::NumberedSpan<const int> listedNodes(CBinaryInform& inform, int resultType)
 {
-    compact.resize(static_cast<std::size_t>(count) + 1);
-    compact[0] = 0.0f;
-    for (int i = 1; i <= count; ++i)
-        compact[static_cast<std::size_t>(i)] = ids[i] <= nNode ? full[ids[i]] : 0.0f;
-    return compact.data();
+    const int count = CBinaryWriteTools::GetResultItemDimension(resultType, inform);
+    return {CBinaryWriteTools::GetResultItemMappingIDArray(resultType, inform), std::max(count, 0)};
+}
+
+/// The values of the listed nodes out of those of all nodes. A map that was not rebuilt for the cut-cell mesh can name nodes beyond these, which get 0.
+void takeListed(mm::NumberedSpan<const float> all, mm::NumberedSpan<const int> list, mm::NumberedSpan<float> value)
+{
+    for (int i = 1; i <= list.count(); ++i)
+        value[i] = list[i] <= all.count() ? all[list[i]] : 0.0f;
 }
 
 /// The description of the source, as it goes into the target before the result types are settled.
@@ -172,20 +180,13 @@ void provideSmoothWork(float*& work, int& workNodes, int n)
     workNodes = n;
 }
 
-/// Writes a mapped item, and tells whether that was done through an ID map.
-bool writeMapped(CTAV3DResultWriter_Manipulator& writer, CBinaryInform& target, const CBinaryResultItem& item, float* output, int nNode,
-                 std::vector<float>& compact)
+/// The plan of the pick-up for items of nVoxelNode values, made anew for the first item of another length.
+const mm::PickUpPlan& providePlan(std::optional<mm::PickUpPlan>& plan, const CTav3dMeshMappingArrary& mapping, int fileType, int nVoxelNode)
 {
-    const int resultType = item.m_iResultType;
-    if (!target.IfUseResultDataIDMap(resultType))
-    {
-        writer.WriteResultItem(item.m_iResultItemID, output);
-        return false;
-    }
-    const int count = CBinaryWriteTools::GetResultItemDimension(resultType, target);
-    const int* ids = CBinaryWriteTools::GetResultItemMappingIDArray(resultType, target);
-    writer.WriteResultItem(item.m_iResultItemID, throughIDMap(output, nNode, ids, count, compact));
-    return true;
+    using View = CTav3dMeshMappingArrary_View;
+    if (!plan || plan->voxelValueTotal() != nVoxelNode)
+        plan.emplace(View::cutCellSources(mapping), View::voxelKinds(mapping), View::rules(mapping, fileType, 0.0f), nVoxelNode);
+    return *plan;
 }
 
 } // namespace
@@ -231,7 +232,8 @@ int CTav3dQ7XMapping_Voxel2CutCell::Voxel2CutCellResult(std::string& voxelResult
     writer.SetHasVentingResult(reader.GetHasVentingResult());
 
     int smoothWorkNodes = 0;
-    std::vector<float> compact;
+    std::optional<mm::PickUpPlan> pickUp;
+    std::vector<float> compact; // an item's values at the listed nodes
     names::TecplotCapture voxelCapture;
     names::TecplotCapture cutCellCapture;
     for (std::size_t k = 0; k < nItem; ++k)
@@ -270,19 +272,33 @@ int CTav3dQ7XMapping_Voxel2CutCell::Voxel2CutCellResult(std::string& voxelResult
             provideSmoothWork(m_pSmoothWork, smoothWorkNodes, nVoxelNode);
             m_pMeshMapping->GetVoxel2VoxelSmoothNodeResult_GaussWeighting_ByTorp(nVoxelNode, full, m_pSmoothWork);
         }
-        m_pMeshMapping->GetCutCell2VoxelMappingNodeResult_ByVelk(nVoxelNode, nCutCellNode, full, output.get(), max[k], min[k]);
-        if (m_iTecplotOutput == 1 && (itemId == 1 || itemId == 6))
+        const mm::PickUpPlan& plan = providePlan(pickUp, *m_pMeshMapping, m_eFileType, nVoxelNode);
+        const mm::NumberedSpan<const float> voxelValue(full, nVoxelNode);
+        const bool isCaptured = m_iTecplotOutput == 1 && (itemId == 1 || itemId == 6);
+        const bool isListed = target.IfUseResultDataIDMap(resultType);
+        // Where only some nodes are stored, the others are not picked up, unless somebody is to see them.
+        const mm::NumberedSpan<const int> list = isListed ? listedNodes(target, resultType) : mm::NumberedSpan<const int>();
+        compact.resize(static_cast<std::size_t>(list.count()) + 1); // entry 0 stays 0
+        const mm::NumberedSpan<float> listedValue(compact.data(), list.count());
+        const bool listedAlone = isListed && !isCaptured && plan.fillsAllNodes() && plan.takeOf(list, voxelValue, item.m_fMin, listedValue);
+        if (!listedAlone)
+            plan.take(voxelValue, item.m_fMin, {output.get(), nCutCellNode}, max[k], min[k]);
+        if (isCaptured)
         {
             voxelCapture.add(full, nVoxelNode);
             cutCellCapture.add(output.get(), nCutCellNode);
         }
-
-        if (writeMapped(writer, target, item, output.get(), nCutCellNode, compact))
+        if (!isListed)
         {
-            // DELIBERATE map-items-keep-extremes: those that the voxel file records, not those of what was picked up.
-            max[k] = item.m_fMax;
-            min[k] = item.m_fMin;
+            writer.WriteResultItem(itemId, output.get());
+            continue;
         }
+        if (!listedAlone)
+            takeListed({output.get(), nCutCellNode}, list, listedValue);
+        writer.WriteResultItem(itemId, compact.data());
+        // DELIBERATE map-items-keep-extremes: those that the voxel file records, not those of what was picked up.
+        max[k] = item.m_fMax;
+        min[k] = item.m_fMin;
     }
 
     writer.SetMaxMinInfo(max.get(), min.get());

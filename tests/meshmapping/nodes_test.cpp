@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <random>
 #include <vector>
 
 namespace tav3d::meshmapping::nodes_test
@@ -39,6 +40,28 @@ TEST(RenumberingList, without_marks_is_one_zero)
     const auto list = listMarkedNodes(view(mark), count);
     EXPECT_EQ(count, 0);
     EXPECT_EQ(list[0], 0);
+}
+
+TEST(RenumberingList, lists_random_marks_of_any_value_as_one_test_per_node_does)
+{
+    std::mt19937 random(5);
+    for (int round = 0; round < 100000; ++round)
+    {
+        std::vector<unsigned char> mark(random() % 24 + 1);
+        const unsigned one = random() % 5 + 1; // of how many nodes
+        for (unsigned char& m : mark)
+            m = random() % one == 0 ? static_cast<unsigned char>(random() % 3 * 127) : 0;
+        const int start = static_cast<int>(random() % 3);
+        std::vector<int> expected{0};
+        for (std::size_t node = 1; node < mark.size(); ++node)
+            if (mark[node] != 0)
+                expected.push_back(static_cast<int>(node));
+        int count = start;
+        const auto list = listMarkedNodes(view(mark), count);
+        ASSERT_EQ(count, start + static_cast<int>(expected.size()) - 1);
+        expected.resize(static_cast<std::size_t>(count) + 1);
+        ASSERT_TRUE(std::equal(expected.begin(), expected.end(), list.get()));
+    }
 }
 
 // DELIBERATE renumber-count-grows

@@ -1,12 +1,16 @@
 // Result files beside the mesh file that they stand on.
 
 #include "opensuite/cgns_reader.h"
+#include "opensuite/file_state.h"
 #include "opensuite/mesh_file.h"
 #include "result_samples.h"
 #include "support/mesh_models.h"
 #include "support/scratch_folder.h"
 
 #include <algorithm>
+#include <chrono>
+#include <fstream>
+#include <thread>
 
 namespace result_on_mesh_test
 {
@@ -172,6 +176,73 @@ TEST(ResultOnMesh, part_nodes_are_counted_anew_on_the_other_mesh)
         EXPECT_EQ(reader.GetMaxCavityNode(), onCutCellMesh ? static_cast<long long>(node.size()) : 7);
     }
 }
+
+#ifndef _WIN32
+TEST(ResultOnMesh, a_mesh_file_that_is_remembered_is_read_again_when_it_has_changed)
+{
+    const auto partNodesOf = [](const tav3d::opensuite::MeshModel& model)
+    {
+        std::vector<std::int32_t> node = model.cutCell.plastic.node;
+        std::sort(node.begin(), node.end());
+        return static_cast<long long>(std::unique(node.begin(), node.end()) - node.begin());
+    };
+    const auto partNodesWritten = [](MeshFolder& f)
+    {
+        const std::string file = f.folder.file("runs/a.q7f");
+        EXPECT_EQ(writeResult(file, f.d, f.values, true), 0);
+        CTAV3DResultReader_Manipulator reader;
+        EXPECT_EQ(reader.BeginReading(file.c_str(), nullptr), 0);
+        return reader.GetMaxCavityNode();
+    };
+    MeshFolder f;
+    f.values[1].resize(219);
+    std::this_thread::sleep_for(std::chrono::milliseconds(2100)); // nothing is remembered of a file that was only just written
+    EXPECT_EQ(partNodesWritten(f), partNodesOf(f.model));
+    EXPECT_EQ(partNodesWritten(f), partNodesOf(f.model)); // from memory
+
+    // Another file takes its place, as long as the old one, with one part node less.
+    std::vector<std::int32_t>& node = f.model.cutCell.plastic.node;
+    const std::int32_t highest = *std::max_element(node.begin(), node.end());
+    std::replace(node.begin(), node.end(), highest, node.front());
+    const long long before = partNodesWritten(f);
+    tav3d::opensuite::writeMeshFile(f.mesh, f.model);
+    EXPECT_EQ(partNodesOf(f.model), before - 1);
+    EXPECT_EQ(partNodesWritten(f), partNodesOf(f.model));
+
+    // What is no mesh file any more is refused, and without a mesh file nothing is counted.
+    std::ofstream(f.mesh) << "no mesh";
+    EXPECT_LT(writeResult(f.folder.file("runs/b.q7f"), f.d, f.values, true), 0);
+    fs::remove(f.mesh);
+    EXPECT_EQ(partNodesWritten(f), 0);
+}
+
+TEST(FileState, is_told_of_a_file_that_has_stood_for_two_seconds_and_differs_after_any_change)
+{
+    using tav3d::opensuite::settledStateOf;
+    const ScratchFolder folder;
+    const fs::path file = folder.path() / "a";
+    const fs::path other = folder.path() / "b";
+    std::ofstream(file) << "12345";
+    std::ofstream(other) << "12345";
+    EXPECT_FALSE(settledStateOf(file)) << "just written";
+    EXPECT_FALSE(settledStateOf(folder.path() / "missing"));
+    std::this_thread::sleep_for(std::chrono::milliseconds(2100));
+    const auto state = settledStateOf(file);
+    ASSERT_TRUE(state);
+    EXPECT_EQ(settledStateOf(file), state);
+    EXPECT_NE(settledStateOf(other), state);
+    EXPECT_FALSE(settledStateOf(folder.path())) << "a folder is no file";
+
+    // A change that puts size and time of writing back.
+    const auto written = fs::last_write_time(file);
+    std::fstream(file) << "54321";
+    fs::last_write_time(file, written);
+    EXPECT_FALSE(settledStateOf(file));
+    std::this_thread::sleep_for(std::chrono::milliseconds(2100));
+    ASSERT_TRUE(settledStateOf(file));
+    EXPECT_NE(settledStateOf(file), state);
+}
+#endif
 
 TEST(ResultOnMesh, mesh_file_is_no_result_and_result_is_no_mesh)
 {

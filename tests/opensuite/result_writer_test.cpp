@@ -1,6 +1,9 @@
 #include "opensuite/item_observer.h"
+#include "opensuite/result_layout.h"
 #include "result_samples.h"
 #include "support/scratch_folder.h"
+
+#include <random>
 
 #ifndef _WIN32
 #include <csignal>
@@ -308,5 +311,25 @@ TEST(ResultWriter, full_disk_leaves_the_target_and_nothing_else)
 }
 
 #endif
+
+TEST(IDMaps, the_first_misfit_of_random_maps_is_the_one_that_a_test_per_entry_finds)
+{
+    std::mt19937 random(11);
+    for (int round = 0; round < 100000; ++round)
+    {
+        std::vector<std::int32_t> id(random() % 14, 0); // also without entry 0
+        for (std::size_t k = 1; k < id.size(); ++k)
+            id[k] =
+                id[k - 1] + (random() % 12 == 0 ? -static_cast<std::int32_t>(random() % 3) : static_cast<std::int32_t>(1 + random() % 2));
+        if (!id.empty())
+            id[0] = static_cast<std::int32_t>(random() % 2) * 9; // not looked at
+        const auto nodes = static_cast<std::int32_t>(random() % 24);
+        std::size_t expected = 0;
+        for (std::size_t k = 1; k < id.size() && expected == 0; ++k)
+            if (id[k] < 1 || id[k] > nodes || (k > 1 && id[k] <= id[k - 1]))
+                expected = k;
+        ASSERT_EQ(tav3d::opensuite::result_layout::firstMisfit(id, nodes), expected);
+    }
+}
 
 } // namespace result_writer_test
