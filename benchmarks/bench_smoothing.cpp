@@ -44,7 +44,8 @@ struct Item
         // Nodes of both meshes stand in the same order.
         for (std::size_t j = 1; j < assigned.size(); ++j)
             assigned[j] = static_cast<int>(j * (value.size() - 1) / (assigned.size() - 1)) + (j == 1 ? 1 : 0);
-        for (int row = 1; row <= plate.voxel().surfaceTotal(); ++row)
+        const int rowTotal = plate.voxel().surfaceTotal(); // counts them
+        for (int row = 1; row <= rowTotal; ++row)
             termTotal += gauss.count[row];
     }
 
