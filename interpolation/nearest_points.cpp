@@ -16,9 +16,9 @@ namespace tav3d::interpolation
 namespace
 {
 
-std::vector<IndexedPoint> copyOf(const NumberedPoints& points)
+IndexedPoints copyOf(const NumberedPoints& points)
 {
-    std::vector<IndexedPoint> copy;
+    IndexedPoints copy;
     copy.reserve(static_cast<std::size_t>(std::max(points.count(), 0)));
     for (int i = 1; i <= points.count(); ++i)
     {
@@ -48,7 +48,7 @@ void NearestPoints::select(const Point& target, int k, int* out)
         index_.run(search);
 
     std::size_t next = 0;
-    Found mark{picked, 0}; // with the lowest number picked so far
+    Found mark{picked, 0, 0}; // with the lowest number picked so far
     for (int r = 1; r <= k; ++r)
     {
         const bool isNext = next < best.size() && best[next].number != 0 && (mark.number == 0 || best[next] < mark);
@@ -65,7 +65,7 @@ void NearestPoints::select(const Point& target, int k, int* out)
 
 void NearestPoints::selectAll(const NumberedPoints& targets, int k, int* const* rows)
 {
-    PointIndex(copyOf(targets)).forEach([&](const Point& target, std::int32_t number) { select(target, k, rows[number]); });
+    PointIndex(copyOf(targets)).forEach([&](const IndexedPoint& p) { select({p.x[0], p.x[1], p.x[2]}, k, rows[p.number]); });
 }
 
 } // namespace tav3d::interpolation

@@ -9,11 +9,12 @@
 namespace tav3d::interpolation
 {
 
-/// A point that a search has met: its number and its squared distance. Ordered by distance, then by number.
+/// A point that a search has met: its squared distance, its number and its tag. Ordered by distance, then by number.
 struct Found
 {
     double square;
     std::int32_t number;
+    std::int32_t tag;
 
     friend bool operator<(const Found& a, const Found& b) { return a.square < b.square || (a.square == b.square && a.number < b.number); }
 };
@@ -30,14 +31,14 @@ public:
         , best_(best)
     {
         for (Found& found : best)
-            found = {within, 0};
+            found = {within, 0, 0};
     }
 
     [[nodiscard]] SearchLimits limits() const { return {.square = best_.back().square, .number = best_.back().number}; }
 
-    void meet(double square, double /*reach*/, std::int32_t number)
+    void meet(double square, double /*reach*/, const IndexedPoint& point)
     {
-        const Found found{square, number};
+        const Found found{square, point.number, point.tag};
         if (!(found < best_.back()))
             return;
         std::size_t i = best_.size() - 1;

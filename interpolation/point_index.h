@@ -3,14 +3,15 @@
 #include "common/compiler.h"
 #include "common/large_pages.h"
 #include "interpolation/numbered.h"
+#include "interpolation/packed_boxes.h"
 #include "interpolation/two_doubles.h"
 
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <cstdint>
 #include <limits>
 #include <span>
-#include <vector>
 
 namespace tav3d::interpolation
 {
@@ -18,19 +19,11 @@ namespace tav3d::interpolation
 struct IndexedPoint
 {
     std::array<double, 3> x;
-    std::int32_t number;
+    std::int32_t number;  // decides between equals
+    std::int32_t tag = 0; // whatever a search wants to know of a point
 };
 
-/// What a search still wants to see: points with
-///   reach < radius && (reach < smaller || square < this square || (square == this square && number < this number)).
-/// Only finite points are meant; `number` may be larger than all to take equals without looking at numbers.
-struct SearchLimits
-{
-    double square;
-    double radius = std::numeric_limits<double>::infinity();
-    double smaller = 0.0;
-    std::int32_t number = std::numeric_limits<std::int32_t>::max();
-};
+using IndexedPoints = common::LargePageVector<IndexedPoint>;
 
 /// Points in a tree of bounding boxes, eight children to a branch and up to eight points to a leaf, for searches that leave out what lies
 /// too far away. Built once; searched any number of times without allocating.
@@ -39,206 +32,195 @@ struct SearchLimits
 ///   std::array<double, 3> target               where it looks from; finite
 ///   static constexpr bool usesReach            false: reaches are not computed, and its limits are those of squares and numbers alone
 ///   SearchLimits limits() const                may become narrower with every point met
-///   void meet(square, reach, number)           a point inside the limits, or just outside of them
-/// `square` is the squared distance (dx² + dy²) + dz² as rounded, `reach` is max(|dx|, |dy|, |dz|). Those of a box are computed by the same
-/// operations in the same order from offsets that are not longer, and rounding is monotone: they never exceed those of a point inside, so
-/// leaving out a box because of them is exact, ties included.
+///   void meet(square, reach, point)            a point inside the limits, or just outside of them
+/// `square` is the squared distance (dx² + dy²) + dz² as rounded, `reach` is max(|dx|, |dy|, |dz|). Those of a box are never more than those
+/// of a point inside, so leaving out a box because of them is exact, ties included.
+///
+/// The points themselves, sorted, are the leaves: 32 bytes a point, and branches add some 4 to that.
 class PointIndex
 {
 public:
     PointIndex() = default;
 
     /// Points that are not finite are left out. Numbers are from 1.
-    explicit PointIndex(std::vector<IndexedPoint> points);
+    explicit PointIndex(IndexedPoints points);
 
     template <class Search>
     void run(Search& search) const
     {
+        LooseLimits limits(search.limits());
         if (!branches_.empty())
-            runBranch(branches_.front(), search);
+            runBranch(branches_.front(), search, limits);
     }
 
     /// The points in an order in which each is near the last.
     template <class Action>
     void forEach(Action action) const
     {
-        for (const Leaf& leaf : leaves_)
-            for (int i = 0; i < std::popcount(leaf.used); ++i)
-                action(Point{leaf.x[0][i], leaf.x[1][i], leaf.x[2][i]}, leaf.number[i]);
+        std::for_each_n(points_.begin(), used_, action);
     }
 
+    [[nodiscard]] std::size_t size() const { return used_; }
+
 private:
-    static constexpr int width = 8;
-    static constexpr double infinity = std::numeric_limits<double>::infinity();
+    static constexpr int width = PackedBoxes::width;
 
-    struct alignas(64) Leaf
-    {
-        double x[3][width];
-        std::int32_t number[width];
-        unsigned used; // bits of the places that are taken, the lower ones
-    };
-
+    /// Any number of points at one place make a branch without children: `run`, ascending by number. A search leaves them at the first that it
+    /// does not want.
     struct alignas(64) Branch
     {
-        double low[3][width];
-        double high[3][width];
-        std::int32_t child[width]; // a branch, or ~ of a leaf
-        std::int32_t least[width]; // number in the box
-        unsigned used;             // bits of the children that there are, the lower ones
+        PackedBoxes boxes;
+        std::int32_t child[width]; // a branch, or ~ of the first point of a leaf
+        std::uint8_t count[width]; // of the points of a leaf
+        std::uint8_t used = 0;     // bits of the children that there are, the lower ones
     };
+    static_assert(sizeof(Branch) == 128, "two lines of the caches");
 
-    struct Box
-    {
-        std::array<double, 3> low;
-        std::array<double, 3> high;
-        std::int32_t least;
-    };
-
-    struct Part // of the points
+    struct Part // of the points, and a box that holds them
     {
         std::span<IndexedPoint> points;
-        Box box;
+        PointBox cell;
+        bool isOnePlace = false;
+
+        [[nodiscard]] bool isLeaf() const { return points.size() <= width; }
+    };
+    struct Cut
+    {
+        std::size_t axis;
+        double at;
+    };
+    struct Child
+    {
+        std::int32_t number;
+        PointBox box;
     };
 
-    static Box boxOf(std::span<const IndexedPoint> points);
-    static std::size_t split(const Part& part, std::vector<IndexedPoint>& scratch);
-    std::int32_t addBranch(const Part& whole, std::vector<IndexedPoint>& scratch);
-    std::int32_t addLeaf(std::span<const IndexedPoint> points);
+    static PointBox boxOf(std::span<const IndexedPoint> points);
+    static Cut middleOf(const PointBox& cell);
+    static std::size_t partition(std::span<IndexedPoint> points, const Cut& cut, IndexedPoints& scratch);
+    static Part split(Part& part, IndexedPoints& scratch);
+    Child add(const Part& part, IndexedPoints& scratch);
+    Child addBranch(const Part& all, IndexedPoints& scratch);
+    std::int32_t placeOf(const Part& part) const { return static_cast<std::int32_t>(part.points.data() - points_.data()); }
 
-    /// Squares and reaches of eight points or boxes.
-    struct Measures
+    /// Shows the search a leaf's points, and finds out what it wants to see from then on.
+    template <class Search>
+    static void runLeaf(const IndexedPoint* points, unsigned count, Search& search, LooseLimits& loose)
     {
         double square[width];
         double reach[width];
-    };
-
-    /// Bit i: number i has a square and a reach inside the limits, its number left aside.
-    template <class Search>
-    static unsigned inside(const Measures& m, const SearchLimits& limits)
-    {
+        const SearchLimits limits = search.limits();
         unsigned bits = 0;
-        for (int i = 0; i < width; i += 2)
+        for (unsigned i = 0; i < count; i += 2) // the last may read one point too many, which is there
         {
-            const TwoDoubles square = TwoDoubles::load(&m.square[i]);
-            unsigned two = isNotGreater(square, TwoDoubles::both(limits.square));
+            TwoDoubles offset[3];
+            for (std::size_t k = 0; k < 3; ++k)
+                offset[k] = TwoDoubles::of(points[i].x[k], points[i + 1].x[k]) - TwoDoubles::both(search.target[k]);
+            const TwoDoubles squares = (offset[0] * offset[0] + offset[1] * offset[1]) + offset[2] * offset[2];
+            squares.store(&square[i]);
+            unsigned two = isNotGreater(squares, TwoDoubles::both(limits.square));
             if constexpr (Search::usesReach)
             {
-                const TwoDoubles reach = TwoDoubles::load(&m.reach[i]);
-                two = isLess(reach, TwoDoubles::both(limits.radius)) & (isLess(reach, TwoDoubles::both(limits.smaller)) | two);
+                const TwoDoubles reaches = larger(larger(magnitude(offset[0]), magnitude(offset[1])), magnitude(offset[2]));
+                reaches.store(&reach[i]);
+                two |= isLess(reaches, TwoDoubles::both(limits.smaller));
+                two &= isLess(reaches, TwoDoubles::both(limits.radius));
             }
             bits |= two << i;
         }
-        return bits;
-    }
-
-    template <class Search>
-    static void measure(const TwoDoubles (&offset)[3], Measures& m, int i)
-    {
-        ((offset[0] * offset[0] + offset[1] * offset[1]) + offset[2] * offset[2]).store(&m.square[i]);
-        if constexpr (Search::usesReach)
-            larger(larger(magnitude(offset[0]), magnitude(offset[1])), magnitude(offset[2])).store(&m.reach[i]);
-        else
-            TwoDoubles::both(0.0).store(&m.reach[i]);
-    }
-
-    template <class Search>
-    void runLeaf(const Leaf& leaf, Search& search) const
-    {
-        Measures m;
-        for (int i = 0; i < width; i += 2)
-        {
-            TwoDoubles offset[3];
-            for (int k = 0; k < 3; ++k)
-                offset[k] = TwoDoubles::load(&leaf.x[k][i]) - TwoDoubles::both(search.target[static_cast<std::size_t>(k)]);
-            measure<Search>(offset, m, i);
-        }
-        for (unsigned bits = inside<Search>(m, search.limits()) & leaf.used; bits != 0; bits &= bits - 1)
+        bits &= (1u << count) - 1;
+        if (bits == 0)
+            return;
+        for (; bits != 0; bits &= bits - 1)
         {
             const int i = std::countr_zero(bits);
-            search.meet(m.square[i], m.reach[i], leaf.number[i]);
+            search.meet(square[i], Search::usesReach ? reach[i] : 0.0, points[i]);
         }
+        loose = LooseLimits(search.limits());
     }
 
-    /// Asks for the memory of children that are likely to be looked at, so that they arrive together and not one after the other. Before the first
-    /// leaf has narrowed a search these are all leaves of a branch; afterwards the branches and leaves that are still inside its limits.
+    template <class Search>
+    void runOnePlace(const Branch& branch, Search& search, LooseLimits& loose) const
+    {
+        const std::span points(&points_[static_cast<std::size_t>(branch.child[0])], &points_[static_cast<std::size_t>(branch.child[1])]);
+        double offset[3];
+        for (std::size_t k = 0; k < 3; ++k)
+            offset[k] = points[0].x[k] - search.target[k];
+        const double square = (offset[0] * offset[0] + offset[1] * offset[1]) + offset[2] * offset[2];
+        const double reach = std::max({std::abs(offset[0]), std::abs(offset[1]), std::abs(offset[2])});
+        for (const IndexedPoint& p : points)
+        {
+            const SearchLimits limits = search.limits();
+            const bool isNear = square < limits.square || (square == limits.square && p.number < limits.number);
+            if (Search::usesReach ? !(reach < limits.radius && (reach < limits.smaller || isNear)) : !isNear)
+                break;
+            search.meet(square, reach, p);
+        }
+        loose = LooseLimits(search.limits());
+    }
+
+    /// Asks for the memory of children that are likely to be looked at, so that they arrive together and not one after the other.
     void fetch(const Branch& branch, unsigned children) const
     {
         for (; children != 0; children &= children - 1)
         {
-            const std::int32_t child = branch.child[std::countr_zero(children)];
+            const auto i = static_cast<std::size_t>(std::countr_zero(children));
+            const std::int32_t child = branch.child[i];
             if (child < 0)
-                fetch(&leaves_[static_cast<std::size_t>(~child)]);
+                fetch(&points_[static_cast<std::size_t>(~child)], branch.count[i] * sizeof(IndexedPoint));
             else
-                fetch(&branches_[static_cast<std::size_t>(child)]);
+                fetch(&branches_[static_cast<std::size_t>(child)], sizeof(Branch));
         }
     }
 
-    template <class Node>
-    static void fetch(const Node* node)
+    static void fetch(const void* memory, std::size_t size)
     {
-        for (std::size_t at = 0; at < sizeof(Node); at += 64)
-            common::prefetch(reinterpret_cast<const char*>(node) + at);
+        for (std::size_t at = 0; at < size; at += 64)
+            common::prefetch(static_cast<const char*>(memory) + at);
+        common::prefetch(static_cast<const char*>(memory) + size - 1);
     }
 
     template <class Search>
-    void runChild(const Branch& branch, const Measures& m, int i, Search& search) const
+    void runChild(const Branch& branch, unsigned i, Search& search, LooseLimits& loose) const
     {
-        if (m.square[i] == search.limits().square && !(branch.least[i] < search.limits().number) && !(m.reach[i] < search.limits().smaller))
-            return;
         const std::int32_t child = branch.child[i];
         if (child < 0)
-            runLeaf(leaves_[static_cast<std::size_t>(~child)], search);
+            runLeaf(&points_[static_cast<std::size_t>(~child)], branch.count[i], search, loose);
         else
-            runBranch(branches_[static_cast<std::size_t>(child)], search);
+            runBranch(branches_[static_cast<std::size_t>(child)], search, loose);
     }
 
     template <class Search>
-    void runBranch(const Branch& branch, Search& search) const
+    void runBranch(const Branch& branch, Search& search, LooseLimits& loose) const
     {
-        Measures m;
-        TwoDoubles least = TwoDoubles::both(infinity);
-        for (int i = 0; i < width; i += 2)
-        {
-            TwoDoubles offset[3]; // from the box; 0 inside
-            for (int k = 0; k < 3; ++k)
-            {
-                const TwoDoubles at = TwoDoubles::both(search.target[static_cast<std::size_t>(k)]);
-                const TwoDoubles below = TwoDoubles::load(&branch.low[k][i]) - at;
-                const TwoDoubles above = at - TwoDoubles::load(&branch.high[k][i]);
-                offset[k] = larger(larger(below, above), TwoDoubles::both(0.0));
-            }
-            measure<Search>(offset, m, i);
-            least = smaller(least, TwoDoubles::load(&m.square[i]));
-        }
-        unsigned bits = inside<Search>(m, search.limits()) & branch.used;
+        if (branch.used == 0)
+            return runOnePlace(branch, search, loose);
+        PackedBoxes::Measures m;
+        branch.boxes.measure<Search::usesReach>(search.target, m);
+        unsigned bits = m.inside<Search::usesReach>(loose) & branch.used;
         if (bits == 0)
             return;
-
         if (branch.child[0] < 0)
             fetch(branch, bits);
 
         // The nearest first: what it yields leaves out most of the others.
-        double leasts[2];
-        least.store(leasts);
-        const TwoDoubles nearest = TwoDoubles::both(leasts[0] < leasts[1] ? leasts[0] : leasts[1]);
-        unsigned first = 0;
-        for (int i = 0; i < width; i += 2)
-            first |= isNotGreater(TwoDoubles::load(&m.square[i]), nearest) << i;
-        first &= bits;
+        const FourFloats least = leastOfAll(smaller(m.square[0], m.square[1]));
+        const unsigned first = (isNotAbove(m.square[0], least) | isNotAbove(m.square[1], least) << 4) & bits;
         if (first != 0)
         {
-            const int i = std::countr_zero(first);
+            const auto i = static_cast<unsigned>(std::countr_zero(first));
             bits &= ~(1u << i);
-            runChild(branch, m, i, search);
-            bits &= inside<Search>(m, search.limits());
+            runChild(branch, i, search, loose);
+            bits &= m.inside<Search::usesReach>(loose);
             fetch(branch, bits);
         }
-        for (; bits != 0; bits = (bits & (bits - 1)) & inside<Search>(m, search.limits()))
-            runChild(branch, m, std::countr_zero(bits), search);
+        for (; bits != 0; bits = (bits & (bits - 1)) & m.inside<Search::usesReach>(loose))
+            runChild(branch, static_cast<unsigned>(std::countr_zero(bits)), search, loose);
     }
 
     common::LargePageVector<Branch> branches_; // the root first; none without points
-    common::LargePageVector<Leaf> leaves_;
+    IndexedPoints points_;                     // in the order of the leaves, and one more
+    std::size_t used_ = 0;
 };
 
 } // namespace tav3d::interpolation

@@ -139,7 +139,7 @@ void CPointSearchTree::fillAtOnce(const NumberedPoints& points)
 
     // Nodes are numbered, and the table grows, in the order in which insertions split leaves. A table that has grown is not short at the next
     // split: the pause between two growths never shows.
-    std::vector<std::int32_t> firstChild(layout.splits.size());
+    tav3d::common::LargePageVector<std::int32_t> firstChild(layout.splits.size());
     std::int32_t capacity = m_nTreeNodeCapacity;
     for (const std::int32_t split : layout.splitAt)
     {
@@ -283,7 +283,7 @@ bool CPointSearchTree::hasIndex()
 
 void CPointSearchTree::BuildIndex()
 {
-    std::vector<std::int32_t> visited;
+    tav3d::common::LargePageVector<std::int32_t> visited;
     visited.reserve(m_Point.size());
     std::int32_t listed = 0;
     m_pVisitList[listed++] = rootNode;
@@ -296,7 +296,7 @@ void CPointSearchTree::BuildIndex()
         else
             visited.insert(visited.end(), node.slot.begin(), node.slot.begin() + used);
     }
-    m_pQueries = std::make_unique<TreeQueries>(m_Point, std::move(visited));
+    m_pQueries = std::make_unique<TreeQueries>(m_Point, visited);
 }
 
 // DELIBERATE search-range: cubes end at half-width 9.765625; farther points are not found.

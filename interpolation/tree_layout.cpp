@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <vector>
 
 namespace tav3d::interpolation
 {
@@ -53,12 +54,13 @@ TreeLayout::TreeLayout(std::span<const Point> points, double squaredTolerance)
     : splitAt(points.size(), none)
 {
     const auto at = [points](std::int32_t number) -> const Point& { return points[static_cast<std::size_t>(number)]; };
-    std::vector<std::int32_t> buffers[2];
+    common::LargePageVector<std::int32_t> buffers[2];
+    buffers[0].reserve(points.size());
     for (std::int32_t number = 0; static_cast<std::size_t>(number) < points.size(); ++number)
         if (std::isfinite(at(number).x) && std::isfinite(at(number).y) && std::isfinite(at(number).z))
             buffers[0].push_back(number);
     buffers[1].resize(buffers[0].size());
-    std::vector<std::uint8_t> octants(buffers[0].size());
+    common::LargePageVector<std::uint8_t> octants(buffers[0].size());
 
     std::vector<Run> runs{{0, static_cast<std::uint32_t>(buffers[0].size()), none, 0, 0, false}};
     while (!runs.empty())

@@ -1,11 +1,11 @@
 #pragma once
 
+#include "common/large_pages.h"
 #include "interpolation/numbered.h"
 
 #include <array>
 #include <cstdint>
 #include <span>
-#include <vector>
 
 namespace tav3d::interpolation
 {
@@ -53,10 +53,10 @@ struct TreeLayout
         std::array<std::int32_t, 8> slot;
     };
 
-    std::vector<Split> splits;
-    std::vector<Leaf> leaves; // that hold points
+    common::LargePageVector<Split> splits;
+    common::LargePageVector<Leaf> leaves; // that hold points
     /// By point number: the split that inserting the point makes, or none, or refused for a split that would not have made room.
-    std::vector<std::int32_t> splitAt;
+    common::LargePageVector<std::int32_t> splitAt;
 
     TreeLayout(std::span<const Point> points, double squaredTolerance);
 };

@@ -20,12 +20,10 @@ public:
     static constexpr bool usesReach = true;
     std::array<double, 3> target;
 
-    /// data: what will be read about the nearest point, by rank - 1. It is on its way while the search goes on.
-    template <class Data>
-    NearestInFirstCube(const Point& from, std::span<const Data> data)
+    /// boxes: by rank - 1, of which that of the nearest point will be read; it is on its way while the search goes on. Or none.
+    explicit NearestInFirstCube(const Point& from, const CellBox* boxes = nullptr)
         : target{from.x, from.y, from.z}
-        , data_(reinterpret_cast<const char*>(data.data()))
-        , dataSize_(sizeof(Data))
+        , boxes_(boxes)
     {
     }
 
@@ -34,13 +32,14 @@ public:
         return {best_.square, radius_, smaller_, wanted > 1 ? std::numeric_limits<std::int32_t>::max() : best_.number};
     }
 
-    void meet(double square, double reach, std::int32_t number)
+    void meet(double square, double reach, const IndexedPoint& point)
     {
         if (!(reach < radius_))
             return;
+        const Found found{square, point.number, point.tag};
         if (reach < smaller_)
-            meetInSmaller({{square, number}, reach});
-        keep({square, number});
+            meetInSmaller({found, reach});
+        keep(found);
     }
 
     [[nodiscard]] const Found& best() const { return best_; }
@@ -56,7 +55,7 @@ private:
         double reach;
     };
     static constexpr double infinity = std::numeric_limits<double>::infinity();
-    static constexpr Met none{{infinity, 0}, infinity};
+    static constexpr Met none{{infinity, 0, 0}, infinity};
 
     /// Fewer than wanted were in the smaller cube before: at most first_. With this one they may be enough to shrink to it or to a still smaller
     /// one, which holds nothing else that has been met.
@@ -82,7 +81,8 @@ private:
         if (found < best_)
         {
             best_ = found;
-            common::prefetch(data_ + dataSize_ * (static_cast<std::size_t>(found.number) - 1));
+            if (boxes_ != nullptr)
+                common::prefetch(&boxes_[found.number - 1]);
         }
     }
 
@@ -100,8 +100,7 @@ private:
     Found best_ = none.found;
     bool isTied_ = false;
     Met first_ = none; // the one point met in the smaller cube, of two wanted
-    const char* data_;
-    std::size_t dataSize_;
+    const CellBox* boxes_;
 };
 
 class NearestInCube : public KeepNearest
@@ -122,10 +121,10 @@ public:
         return limits;
     }
 
-    void meet(double square, double reach, std::int32_t number)
+    void meet(double square, double reach, const IndexedPoint& point)
     {
         if (reach < radius_)
-            KeepNearest::meet(square, reach, number);
+            KeepNearest::meet(square, reach, point);
     }
 
 private:
@@ -143,10 +142,10 @@ struct EachInCube
     Action action;
 
     [[nodiscard]] SearchLimits limits() const { return {.square = farthest, .radius = radius}; }
-    void meet(double square, double reach, std::int32_t number)
+    void meet(double square, double reach, const IndexedPoint& point)
     {
         if (reach < radius && square <= farthest)
-            action(Found{square, number});
+            action(Found{square, point.number, point.tag});
     }
 };
 
@@ -155,15 +154,15 @@ bool isFinite(const Point& p)
     return std::isfinite(p.x) && std::isfinite(p.y) && std::isfinite(p.z);
 }
 
-std::vector<IndexedPoint> ranked(std::span<const Point> points, std::span<const std::int32_t> visited)
+IndexedPoints ranked(std::span<const Point> points, std::span<const std::int32_t> visited)
 {
-    std::vector<IndexedPoint> ranks;
+    IndexedPoints ranks;
     ranks.reserve(visited.size());
     std::int32_t rank = 0;
     for (const std::int32_t number : visited)
     {
         const Point& p = points[static_cast<std::size_t>(number)];
-        ranks.push_back({{p.x, p.y, p.z}, ++rank});
+        ranks.push_back({{p.x, p.y, p.z}, ++rank, number});
     }
     return ranks;
 }
@@ -193,9 +192,8 @@ void sortByKey(std::vector<double>& key, std::vector<std::int32_t>& number, std:
     }
 }
 
-TreeQueries::TreeQueries(std::span<const Point> points, std::vector<std::int32_t> visited)
-    : numberOf_(std::move(visited))
-    , index_(ranked(points, numberOf_))
+TreeQueries::TreeQueries(std::span<const Point> points, std::span<const std::int32_t> visited)
+    : index_(ranked(points, visited))
 {
 }
 
@@ -204,23 +202,23 @@ std::int32_t TreeQueries::nearest(const Point& target, double& square) const
     square = -1.0;
     if (!isFinite(target))
         return -1;
-    NearestInFirstCube<1> search(target, std::span<const std::int32_t>(numberOf_));
+    NearestInFirstCube<1> search(target);
     index_.run(search);
     if (search.best().number == 0)
         return -1;
     square = search.best().square;
-    return numberOf_[static_cast<std::size_t>(search.best().number) - 1];
+    return search.best().tag;
 }
 
 std::int32_t TreeQueries::onlyNearest(const Point& target) const
 {
     if (!isFinite(target))
         return 0;
-    NearestInFirstCube<2> search(target, std::span<const std::int32_t>(numberOf_));
+    NearestInFirstCube<2> search(target);
     index_.run(search);
     if (search.best().number == 0 || search.isTied())
         return 0;
-    return numberOf_[static_cast<std::size_t>(search.best().number) - 1] + 1;
+    return search.best().tag + 1;
 }
 
 // A box read from the cell's nodes costs some fifteen misses of the caches, one that is kept costs one, and to make all boxes, in the order of the mesh,
@@ -236,7 +234,7 @@ std::int32_t TreeQueries::onlyNearest(const Point& target, const CellNodes& cell
     {
         const std::int32_t cell = onlyNearest(target);
         isInBox = cell > 0 && boxOf(cells, cell).holds(target);
-        if (++asked_ > numberOf_.size() / 16)
+        if (++asked_ > index_.size() / 16)
             keepBoxes();
         return cell;
     }
@@ -244,7 +242,7 @@ std::int32_t TreeQueries::onlyNearest(const Point& target, const CellNodes& cell
     isInBox = false;
     if (!isFinite(target))
         return 0;
-    NearestInFirstCube<2> search(target, std::span<const CellBox>(boxes_));
+    NearestInFirstCube<2> search(target, boxes_.data());
     index_.run(search);
     if (search.best().number == 0 || search.isTied())
         return 0;
@@ -261,9 +259,8 @@ void TreeQueries::forgetBoxes()
 
 void TreeQueries::keepBoxes()
 {
-    std::vector<std::int32_t> cells(numberOf_);
-    for (std::int32_t& cell : cells)
-        ++cell;
+    std::vector<std::int32_t> cells(index_.size());
+    index_.forEach([&](const IndexedPoint& p) { cells[static_cast<std::size_t>(p.number) - 1] = p.tag + 1; });
     boxes_ = boxesOf(cells_, cells);
 }
 
@@ -271,7 +268,7 @@ std::size_t TreeQueries::candidates(const Point& target, std::span<std::int32_t,
 {
     if (!isFinite(target))
         return 0;
-    NearestInFirstCube<2> cube(target, std::span<const std::int32_t>(numberOf_));
+    NearestInFirstCube<2> cube(target);
     index_.run(cube);
 
     // One more than asked for, to see whether the last one has an equal.
@@ -288,7 +285,7 @@ std::size_t TreeQueries::candidates(const Point& target, std::span<std::int32_t,
                        [](const Listed& l) { return l.found; });
     }
     for (std::size_t i = 0; i < count; ++i)
-        numbers[i] = numberOf_[static_cast<std::size_t>(best[i].number) - 1] + 1;
+        numbers[i] = best[i].tag + 1;
     return count;
 }
 

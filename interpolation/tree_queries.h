@@ -35,7 +35,7 @@ class TreeQueries
 public:
     /// points    by point number
     /// visited   the point numbers in the order of a visit to the whole tree
-    TreeQueries(std::span<const Point> points, std::vector<std::int32_t> visited);
+    TreeQueries(std::span<const Point> points, std::span<const std::int32_t> visited);
 
     /// As CPointSearchTree::SearchNearestPointIndex.
     std::int32_t nearest(const Point& target, double& square) const;
@@ -65,8 +65,7 @@ private:
 
     void keepBoxes();
 
-    std::vector<std::int32_t> numberOf_; // by rank - 1, from 0
-    PointIndex index_;
+    PointIndex index_;           // by rank; tags are the numbers from 0
     std::vector<Listed> listed_; // kept from query to query for its room
     std::vector<std::size_t> between_;
     CellNodes cells_; // that boxes were last asked about

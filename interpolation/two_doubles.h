@@ -20,6 +20,7 @@ struct TwoDoubles
     __m128d v;
 
     static TwoDoubles load(const double* p) { return {_mm_loadu_pd(p)}; }
+    static TwoDoubles of(double a, double b) { return {_mm_set_pd(b, a)}; }
     static TwoDoubles both(double a) { return {_mm_set1_pd(a)}; }
     void store(double* p) const { _mm_storeu_pd(p, v); }
 
@@ -43,6 +44,7 @@ struct TwoDoubles
     double v[2];
 
     static TwoDoubles load(const double* p) { return {{p[0], p[1]}}; }
+    static TwoDoubles of(double a, double b) { return {{a, b}}; }
     static TwoDoubles both(double a) { return {{a, a}}; }
     void store(double* p) const
     {
