@@ -4,6 +4,7 @@
 //                            inserts one by one and has no index.
 //   search_tree_nearest      SearchNearestPointIndex at scattered places among them
 //   search_tree_data_point   SetDataPoint at the same places: the cell that holds the place; the peer only looks for the nearest centre
+//   search_tree_in_order     SearchNearestPointIndex at places in the order of a mesh, as hosts have them: each is near the last
 //   search_tree_outside      SearchNearestPointIndex at places up to 9 mesh units outside, where the largest cubes hold most of the mesh
 
 #include "benchmarks/row_data.h"
@@ -26,7 +27,7 @@ namespace
 
 using tav3d::benchmarks::RowData;
 
-constexpr int queryTotal = 1 << 20; // different places, so that queries do not find their way in the caches
+constexpr int queryTotal = 1 << 20; // different places, so that scattered queries do not find their way in the caches
 
 enum Order
 {
@@ -100,26 +101,39 @@ const Mesh3D& mesh(std::int64_t cells, Order order)
     return RowData::get<Mesh3D>(std::to_string(cells) + ' ' + std::to_string(order), [=] { return Mesh3D(cells, order); });
 }
 
+enum class Where
+{
+    Inside,
+    InOrder, // x fastest
+    Outside
+};
+
 struct Queries
 {
     std::vector<std::array<double, 3>> at;
 
-    explicit Queries(bool outside)
+    explicit Queries(Where where)
     {
+        constexpr int edge = 102;
+        constexpr double h = 10.0 / edge;
+        static_assert(edge * edge * edge >= queryTotal);
         std::mt19937_64 random(3);
         std::uniform_real_distribution<double> in(0.0, 10.0);
         for (int i = 0; i < queryTotal; ++i)
         {
             const double x = in(random), y = in(random), z = in(random);
-            at.push_back({outside ? 10.5 + 0.85 * x : x, y, z});
+            if (where == Where::InOrder)
+                at.push_back({h * (i % edge) + x / edge, h * (i / edge % edge) + y / edge, h * (i / edge / edge) + z / edge});
+            else
+                at.push_back({where == Where::Outside ? 10.5 + 0.85 * x : x, y, z});
         }
     }
 };
 
-template <bool outside>
+template <Where where>
 const Queries& queries()
 {
-    return RowData::get<Queries>(outside ? "outside" : "inside", [] { return Queries(outside); });
+    return RowData::get<Queries>(std::to_string(static_cast<int>(where)), [] { return Queries(where); });
 }
 
 /// Of the host's arrays, nothing is written to.
@@ -179,10 +193,10 @@ void buildPlain(benchmark::State& state)
 }
 
 /// One query per iteration.
-template <bool outside, class Ask>
+template <Where where, class Ask>
 void ask(benchmark::State& state, Ask question)
 {
-    const std::vector<std::array<double, 3>>& at = queries<outside>().at;
+    const std::vector<std::array<double, 3>>& at = queries<where>().at;
     std::size_t next = 0;
     for (auto _ : state)
     {
@@ -192,26 +206,26 @@ void ask(benchmark::State& state, Ask question)
     state.SetItemsProcessed(state.iterations());
 }
 
-template <bool outside>
+template <Where where>
 void nearest(benchmark::State& state)
 {
     CPointSearchTree& tree = *indexed(state.range(0)).m_pSearchTree;
     double square = 0.0;
-    ask<outside>(state, [&](double x, double y, double z) { return tree.SearchNearestPointIndex(x, y, z, square); });
+    ask<where>(state, [&](double x, double y, double z) { return tree.SearchNearestPointIndex(x, y, z, square); });
 }
 
-template <bool outside>
+template <Where where>
 void nearestPlain(benchmark::State& state)
 {
     CPointSearchTree& tree = *indexed(state.range(0)).m_pSearchTree;
     double square = 0.0;
-    ask<outside>(state, [&](double x, double y, double z) { return tree.VisitNearestPointIndex(x, y, z, square); });
+    ask<where>(state, [&](double x, double y, double z) { return tree.VisitNearestPointIndex(x, y, z, square); });
 }
 
 void dataPoint(benchmark::State& state)
 {
     CSolInterpolation& engine = indexed(state.range(0));
-    ask<false>(state, [&](double x, double y, double z) { return engine.SetDataPoint(x, y, z); });
+    ask<Where::Inside>(state, [&](double x, double y, double z) { return engine.SetDataPoint(x, y, z); });
 }
 
 /// The candidates alone.
@@ -219,7 +233,7 @@ void dataPointPlain(benchmark::State& state)
 {
     CPointSearchTree& tree = *indexed(state.range(0)).m_pSearchTree;
     CPointSearchTree::Candidates candidates;
-    ask<false>(state, [&](double x, double y, double z) { return tree.VisitCandidates(x, y, z, candidates); });
+    ask<Where::Inside>(state, [&](double x, double y, double z) { return tree.VisitCandidates(x, y, z, candidates); });
 }
 
 #ifdef TAV3D_BENCHMARK_NANOFLANN
@@ -266,7 +280,7 @@ void buildNanoflann(benchmark::State& state)
     state.SetItemsProcessed(state.iterations() * m.centres.count());
 }
 
-template <bool outside>
+template <Where where>
 void nearestNanoflann(benchmark::State& state)
 {
     struct Held
@@ -276,15 +290,15 @@ void nearestNanoflann(benchmark::State& state)
     const std::int64_t cells = state.range(0);
     const Tree& tree =
         RowData::get<Held>(std::to_string(cells), [=] { return Held{std::make_unique<Peer>(mesh(cells, Mesh).centres)}; }).peer->tree;
-    ask<outside>(state,
-                 [&](double x, double y, double z)
-                 {
-                     const double target[3] = {x, y, z};
-                     std::uint32_t number = 0;
-                     double square = 0.0;
-                     tree.knnSearch(target, 1, &number, &square);
-                     return number;
-                 });
+    ask<where>(state,
+               [&](double x, double y, double z)
+               {
+                   const double target[3] = {x, y, z};
+                   std::uint32_t number = 0;
+                   double square = 0.0;
+                   tree.knnSearch(target, 1, &number, &square);
+                   return number;
+               });
 }
 
 #endif
@@ -305,19 +319,21 @@ BENCHMARK(build<Lattice>)->Name("search_tree_build_lattice/ours")->Apply(million
 BENCHMARK(buildPlain<Lattice>)->Name("search_tree_build_lattice/plain")->Apply(million);
 BENCHMARK(build<Scattered>)->Name("search_tree_build_scattered/ours")->Apply(million);
 BENCHMARK(buildPlain<Scattered>)->Name("search_tree_build_scattered/plain")->Apply(million);
-BENCHMARK(nearest<false>)->Name("search_tree_nearest/ours")->Apply(growing);
-BENCHMARK(nearestPlain<false>)->Name("search_tree_nearest/plain")->Apply(million);
+BENCHMARK(nearest<Where::Inside>)->Name("search_tree_nearest/ours")->Apply(growing);
+BENCHMARK(nearestPlain<Where::Inside>)->Name("search_tree_nearest/plain")->Apply(million);
 BENCHMARK(dataPoint)->Name("search_tree_data_point/ours")->Apply(growing);
 BENCHMARK(dataPointPlain)->Name("search_tree_data_point/plain")->Apply(million);
-BENCHMARK(nearest<true>)->Name("search_tree_outside/ours")->Apply(million);
-BENCHMARK(nearestPlain<true>)->Name("search_tree_outside/plain")->Apply(million);
+BENCHMARK(nearest<Where::InOrder>)->Name("search_tree_in_order/ours")->Apply(growing);
+BENCHMARK(nearest<Where::Outside>)->Name("search_tree_outside/ours")->Apply(million);
+BENCHMARK(nearestPlain<Where::Outside>)->Name("search_tree_outside/plain")->Apply(million);
 #ifdef TAV3D_BENCHMARK_NANOFLANN
 BENCHMARK(buildNanoflann<Mesh>)->Name("search_tree_build/nanoflann")->Apply(million);
 BENCHMARK(buildNanoflann<Lattice>)->Name("search_tree_build_lattice/nanoflann")->Apply(million);
 BENCHMARK(buildNanoflann<Scattered>)->Name("search_tree_build_scattered/nanoflann")->Apply(million);
-BENCHMARK(nearestNanoflann<false>)->Name("search_tree_nearest/nanoflann")->Apply(million);
-BENCHMARK(nearestNanoflann<false>)->Name("search_tree_data_point/nanoflann")->Apply(million);
-BENCHMARK(nearestNanoflann<true>)->Name("search_tree_outside/nanoflann")->Apply(million);
+BENCHMARK(nearestNanoflann<Where::Inside>)->Name("search_tree_nearest/nanoflann")->Apply(million);
+BENCHMARK(nearestNanoflann<Where::Inside>)->Name("search_tree_data_point/nanoflann")->Apply(million);
+BENCHMARK(nearestNanoflann<Where::InOrder>)->Name("search_tree_in_order/nanoflann")->Apply(million);
+BENCHMARK(nearestNanoflann<Where::Outside>)->Name("search_tree_outside/nanoflann")->Apply(million);
 #endif
 
 } // namespace

@@ -65,8 +65,8 @@ public:
 private:
     static constexpr int width = PackedBoxes::width;
 
-    /// Any number of points at one place make a branch without children: `run`, ascending by number. A search leaves them at the first that it
-    /// does not want.
+    /// Any number of points at one place, ascending by number, make a branch without children: child[0] is the first of them, child[1] the one after
+    /// the last. A search leaves them at the first that it does not want.
     struct alignas(64) Branch
     {
         PackedBoxes boxes;
