@@ -122,4 +122,10 @@ inline void fromBytes(const std::uint8_t* bytes, FourFloats (&eight)[2])
 
 #endif
 
+/// Of eight floats, the bits of those that are not above b.
+inline unsigned isNotAbove(const FourFloats (&a)[2], FourFloats b)
+{
+    return isNotAbove(a[0], b) | isNotAbove(a[1], b) << 4;
+}
+
 } // namespace tav3d::interpolation

@@ -42,11 +42,14 @@ struct SearchLimits
 struct LooseLimits
 {
     FourFloats square, radius, smaller;
+    bool
+        bySquare; // squares alone decide: within the square nothing is out of reach, and what is within the smaller reach is within the square
 
     explicit LooseLimits(const SearchLimits& limits)
         : square(FourFloats::all(limits.square * looser + leastSquare))
         , radius(FourFloats::all(limits.radius * looser))
         , smaller(FourFloats::all(limits.smaller * looser))
+        , bySquare(limits.square >= 3.0 * (limits.smaller * limits.smaller) && limits.square <= limits.radius * limits.radius)
     {
     }
 
@@ -70,14 +73,14 @@ public:
         template <bool withReach>
         [[nodiscard]] unsigned inside(const LooseLimits& limits) const
         {
-            unsigned bits = isNotAbove(square[0], limits.square) | isNotAbove(square[1], limits.square) << 4;
-            if constexpr (withReach)
-            {
-                bits |= isNotAbove(reach[0], limits.smaller) | isNotAbove(reach[1], limits.smaller) << 4;
-                bits &= isNotAbove(reach[0], limits.radius) | isNotAbove(reach[1], limits.radius) << 4;
-            }
+            unsigned bits = isNotAbove(square, limits.square);
+            if (withReach && !limits.bySquare)
+                bits = (bits | isNotAbove(reach, limits.smaller)) & isNotAbove(reach, limits.radius);
             return bits;
         }
+
+        /// Bit i: no box is nearer than box i.
+        [[nodiscard]] unsigned nearest() const { return isNotAbove(square, leastOfAll(smaller(square[0], square[1]))); }
     };
 
     /// For boxes inside of `whole`, which is finite.
@@ -106,8 +109,7 @@ public:
     template <bool withReach>
     void measure(const std::array<double, 3>& from, Measures& m) const
     {
-        const FourFloats zero = FourFloats::all(0.0);
-        const FourFloats step = FourFloats::all(step_);
+        const FourFloats zero = FourFloats::all(0.0f);
         for (std::size_t k = 0; k < 3; ++k)
         {
             const FourFloats at = FourFloats::all((from[k] - origin_[k]) * scale_ + firstPlane);
@@ -116,20 +118,27 @@ public:
             fromBytes(high_[k], high);
             for (int h = 0; h < 2; ++h)
             {
-                const FourFloats gap = larger(larger(low[h] - at, at - high[h]), zero) * step;
+                const FourFloats gap = larger(larger(low[h] - at, at - high[h]), zero);
                 m.square[h] = k == 0 ? gap * gap : m.square[h] + gap * gap;
                 if constexpr (withReach)
                     m.reach[h] = k == 0 ? gap : larger(m.reach[h], gap);
             }
+        }
+        const FourFloats step = FourFloats::all(step_);
+        for (int h = 0; h < 2; ++h)
+        {
+            m.square[h] = m.square[h] * (step * step);
+            if constexpr (withReach)
+                m.reach[h] = m.reach[h] * step;
         }
     }
 
 private:
     static constexpr double steps = 250.0;
     static constexpr double outward = 1.0 / 50;
-    static constexpr double firstPlane = 1.0; // planes begin at -1
-    static constexpr double leastExtent = 1e-30;
-    static constexpr double largestExtent = 1e30;
+    static constexpr double firstPlane = 1.0;    // planes begin at -1
+    static constexpr double leastExtent = 1e-15; // whose steps have a square
+    static constexpr double largestExtent = 1e20;
 
     double origin_[3];
     float scale_; // steps per length; 0: no extent

@@ -200,12 +200,9 @@ private:
         unsigned bits = m.inside<Search::usesReach>(loose) & branch.used;
         if (bits == 0)
             return;
-        if (branch.child[0] < 0)
-            fetch(branch, bits);
 
         // The nearest first: what it yields leaves out most of the others.
-        const FourFloats least = leastOfAll(smaller(m.square[0], m.square[1]));
-        const unsigned first = (isNotAbove(m.square[0], least) | isNotAbove(m.square[1], least) << 4) & bits;
+        const unsigned first = m.nearest() & bits;
         if (first != 0)
         {
             const auto i = static_cast<unsigned>(std::countr_zero(first));
