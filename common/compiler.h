@@ -14,6 +14,13 @@
 #define TAV3D_KEEP_IN_REGISTER(value) static_cast<void>(0)
 #endif
 
+/// In front of a function that is to be part of its callers, however large it is and however many they are.
+#if defined(_MSC_VER)
+#define TAV3D_ALWAYS_INLINE __forceinline
+#else
+#define TAV3D_ALWAYS_INLINE inline __attribute__((always_inline))
+#endif
+
 #if defined(_MSC_VER) && defined(TAV3D_X86_64)
 #include <xmmintrin.h>
 #endif

@@ -30,7 +30,4 @@ namespace avx2
 extern const FastShapes fastShapes;
 }
 
-/// Those of the widest instruction set that can run here.
-[[nodiscard]] const FastShapes& fastShapes() noexcept;
-
 } // namespace tav3d::opensuite

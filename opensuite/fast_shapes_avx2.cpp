@@ -1,10 +1,12 @@
 // The fast shape functions, four lanes in one register.
 
 #include "fast_shapes.h"
+#include "solid_elements.h"
 
 #define TAV3D_LANES_AVX2
 #include "four_lanes.h"
 
+static constexpr auto laneSet = tav3d::common::LaneSet::avx2;
 #include "fast_shapes_lanes.h"
 
-const tav3d::opensuite::FastShapes tav3d::opensuite::avx2::fastShapes = {fastTetra, fastPrism, fastHexa};
+const tav3d::opensuite::FastShapes tav3d::opensuite::avx2::fastShapes = {tetraAt, prismAt, hexaAt};

@@ -1,6 +1,6 @@
 // The fast shape functions in lanes; included once by each source file that is compiled for one instruction set, after four_lanes.h.
 //
-// Coordinates are taken as seen from the point, so that a mesh far from the origin loses no digits.
+// Coordinates are taken as offsets to the point, so that a mesh far from the origin loses no digits.
 //
 // TETRA4: one node per lane, N_i = V_i / V with the signed volumes V_i of the point with the face across from node i, and V their sum.
 //
@@ -12,11 +12,13 @@
 //   the linear part, one such double step and one Newton step reach rounding in elements whose nodes are displaced by an eighth of an edge.
 //   The steps are taken without asking, so that the processor need not guess; the size of the last one tells whether they were enough. The next would be its square.
 
+#include "common/compiler.h"
+
 namespace
 {
 
-constexpr double widthOfTetra = 1e-6; // V^2 over the cube of the summed squares of distances: 0.3 in a regular element
-constexpr double justInside = 1e-6;   // as in the careful form
+constexpr double flatness = 15000.0; // cube of a node's squared distance over V^2: 0.1 in the middle of a regular element
+constexpr double justInside = 1e-6;  // as in the careful form
 constexpr double atCorner = 1.0 - 1e-9;
 constexpr double lastStep = 1e-7; // the next one, some tenth of its square, would be rounding
 constexpr double rounding = 1e-16;
@@ -24,11 +26,12 @@ constexpr double affine = 1e-16;      // a residual of the linear part's solutio
 constexpr double nearlyAffine = 1e-5; // ... below this: chord steps gain some five digits each
 constexpr int moreNewtonSteps = 3;
 
-inline bool fastTetra(double x, double y, double z, const double* X, const double* Y, const double* Z, double* N) noexcept
+TAV3D_ALWAYS_INLINE bool fastTetra(double x, double y, double z, const double* X, const double* Y, const double* Z, double* N) noexcept
 {
-    const Lanes ax = Lanes::from(X) - Lanes::all(x);
-    const Lanes ay = Lanes::from(Y) - Lanes::all(y);
-    const Lanes az = Lanes::from(Z) - Lanes::all(z);
+    // From the nodes to the point, in this order because the nodes can then be read by the subtraction; the sign of all volumes changes with it.
+    const Lanes ax = Lanes::all(x) - Lanes::from(X);
+    const Lanes ay = Lanes::all(y) - Lanes::from(Y);
+    const Lanes az = Lanes::all(z) - Lanes::from(Z);
     // b = (a1, a0, a3, a2); n = a x b = (a0 x a1, a1 x a0, a2 x a3, a3 x a2), then its halves exchanged.
     const Lanes bx = swapPairs(ax);
     const Lanes by = swapPairs(ay);
@@ -38,10 +41,9 @@ inline bool fastTetra(double x, double y, double z, const double* X, const doubl
     const Lanes nz = swapHalves(ax * by - ay * bx);
     const Lanes volume = (bx * nx + by * ny) + bz * nz;
     const Lanes total = sumOfAll(volume);
-    const double v = total.first();
-    const double squares = sumOfAll((ax * ax + ay * ay) + az * az).first();
+    const Lanes square = (ax * ax + ay * ay) + az * az;
     // Flat, or seen from so far that the volumes cancel; false for NaN. At a node the other volumes are 0 and the quotient is 1.
-    if (!(v * v > widthOfTetra * (squares * squares * squares)))
+    if (!allBelow((square * square) * square, (total * total) * Lanes::all(flatness)))
         return false;
     (volume / total).to(N);
     return true;
@@ -56,7 +58,7 @@ struct TrilinearMap
     Lanes scale;      // -1 / det J
 
     /// Step (a, b, g) of Newton's method by Cramer's rule, each number in all lanes.
-    void newtonStep(Lanes (&d)[3])
+    TAV3D_ALWAYS_INLINE void newtonStep(Lanes (&d)[3])
     {
         const Lanes rotatedR = rotateDown(R);
         const Lanes rotatedS = rotateDown(S);
@@ -72,7 +74,7 @@ struct TrilinearMap
     }
 
     /// d += the step that the same Jacobian gives for another residual. Rotating the normals instead of the residual keeps the wait short.
-    void addChordStep(Lanes residual, Lanes (&d)[3], Lanes& size) const
+    TAV3D_ALWAYS_INLINE void addChordStep(Lanes residual, Lanes (&d)[3], Lanes& size) const
     {
         const Lanes a = sumOfAll(residual * rotateDown(n1)) * scale;
         const Lanes b = sumOfAll(residual * rotateDown(n2)) * scale;
@@ -84,7 +86,7 @@ struct TrilinearMap
     }
 
     /// What the mixed terms make of a step.
-    [[nodiscard]] Lanes mixed(const Lanes (&d)[3]) const
+    [[nodiscard]] TAV3D_ALWAYS_INLINE Lanes mixed(const Lanes (&d)[3]) const
     {
         const Lanes withT = (d[1] * d[2]) * ST + (d[0] * d[2]) * RT;
         if constexpr (isPrism)
@@ -94,7 +96,7 @@ struct TrilinearMap
     }
 
     /// The polynomial around the point after a step, but for C.
-    void moveBy(const Lanes (&d)[3])
+    TAV3D_ALWAYS_INLINE void moveBy(const Lanes (&d)[3])
     {
         T = T + d[0] * RT;
         if constexpr (isPrism)
@@ -115,20 +117,20 @@ struct TrilinearMap
 
 /// Moves `p` from where the polynomial stands to its zero.
 template <bool isPrism>
-inline bool findZero(TrilinearMap<isPrism>& f, Lanes (&p)[3])
+TAV3D_ALWAYS_INLINE bool findZero(TrilinearMap<isPrism>& f, Lanes (&p)[3])
 {
     Lanes d[3];
     Lanes size;
     f.newtonStep(d);
     const Lanes first = f.mixed(d);
-    if (allAtMost(magnitude(first), Lanes::all(affine) * magnitude(f.C)))
-    {
-        for (int k = 0; k < 3; ++k)
-            p[k] = p[k] + d[k];
-        return true;
-    }
     if (allAtMost(magnitude(first), Lanes::all(nearlyAffine) * magnitude(f.C)))
     {
+        if (allAtMost(magnitude(first), Lanes::all(affine) * magnitude(f.C)))
+        {
+            for (int k = 0; k < 3; ++k)
+                p[k] = p[k] + d[k];
+            return true;
+        }
         // Each chord step is smaller than the one before by about the same factor.
         Lanes e[3] = {d[0], d[1], d[2]};
         Lanes nextSize;
@@ -169,17 +171,17 @@ inline bool findZero(TrilinearMap<isPrism>& f, Lanes (&p)[3])
     return false;
 }
 
-inline bool fastHexa(double x, double y, double z, const double* X, const double* Y, const double* Z, double* N) noexcept
+TAV3D_ALWAYS_INLINE bool fastHexa(double x, double y, double z, const double* X, const double* Y, const double* Z, double* N) noexcept
 {
     const Lanes atX = Lanes::all(x);
     const Lanes atY = Lanes::all(y);
     const Lanes atZ = Lanes::all(z);
-    const Lanes lowX = Lanes::from(X) - atX;
-    const Lanes lowY = Lanes::from(Y) - atY;
-    const Lanes lowZ = Lanes::from(Z) - atZ;
-    const Lanes highX = Lanes::from(X + 4) - atX;
-    const Lanes highY = Lanes::from(Y + 4) - atY;
-    const Lanes highZ = Lanes::from(Z + 4) - atZ;
+    const Lanes lowX = atX - Lanes::from(X);
+    const Lanes lowY = atY - Lanes::from(Y);
+    const Lanes lowZ = atZ - Lanes::from(Z);
+    const Lanes highX = atX - Lanes::from(X + 4);
+    const Lanes highY = atY - Lanes::from(Y + 4);
+    const Lanes highZ = atZ - Lanes::from(Z + 4);
     Lanes sum[4]; // of the nodes along an edge in direction t
     Lanes difference[4];
     transpose(lowX + highX, lowY + highY, lowZ + highZ, sum);
@@ -208,29 +210,27 @@ inline bool fastHexa(double x, double y, double z, const double* X, const double
     if (!findZero(f, p))
         return false;
     const Lanes one = Lanes::all(1.0);
-    if (!allAtMost(larger(larger(magnitude(p[0]), magnitude(p[1])), magnitude(p[2])), Lanes::all(1.0 + justInside)))
-        return false;
     constexpr double signR[4] = {-1.0, 1.0, 1.0, -1.0};
     constexpr double signS[4] = {-1.0, -1.0, 1.0, 1.0};
     const Lanes corner = (one + Lanes::from(signR) * p[0]) * (one + Lanes::from(signS) * p[1]);
     const Lanes lower = corner * (Lanes::all(0.125) * (one - p[2]));
     const Lanes upper = corner * (Lanes::all(0.125) * (one + p[2]));
-    if (!allAtMost(larger(lower, upper), Lanes::all(atCorner)))
+    if (!allAtMost(Lanes::all(-0.125 * justInside), smaller(lower, upper)) || !allAtMost(larger(lower, upper), Lanes::all(atCorner)))
         return false;
     lower.to(N);
     upper.to(N + 4);
     return true;
 }
 
-inline bool fastPrism(double x, double y, double z, const double* X, const double* Y, const double* Z, double* N) noexcept
+TAV3D_ALWAYS_INLINE bool fastPrism(double x, double y, double z, const double* X, const double* Y, const double* Z, double* N) noexcept
 {
     const Lanes atX = Lanes::all(x);
     const Lanes atY = Lanes::all(y);
     const Lanes atZ = Lanes::all(z);
     Lanes first[4]; // nodes 1 to 4
     Lanes last[4];  // nodes 3 to 6
-    transpose(Lanes::from(X) - atX, Lanes::from(Y) - atY, Lanes::from(Z) - atZ, first);
-    transpose(Lanes::from(X + 2) - atX, Lanes::from(Y + 2) - atY, Lanes::from(Z + 2) - atZ, last);
+    transpose(atX - Lanes::from(X), atY - Lanes::from(Y), atZ - Lanes::from(Z), first);
+    transpose(atX - Lanes::from(X + 2), atY - Lanes::from(Y + 2), atZ - Lanes::from(Z + 2), last);
 
     // Twice the coefficients, around the middle of the edge from node 1 to node 4; then around the centre.
     TrilinearMap<true> f;
@@ -269,4 +269,49 @@ inline bool fastPrism(double x, double y, double z, const double* X, const doubl
     return true;
 }
 
+// For the table of fast shape functions.
+bool tetraAt(double x, double y, double z, const double* X, const double* Y, const double* Z, double* N) noexcept
+{
+    return fastTetra(x, y, z, X, Y, Z, N);
+}
+bool prismAt(double x, double y, double z, const double* X, const double* Y, const double* Z, double* N) noexcept
+{
+    return fastPrism(x, y, z, X, Y, Z, N);
+}
+bool hexaAt(double x, double y, double z, const double* X, const double* Y, const double* Z, double* N) noexcept
+{
+    return fastHexa(x, y, z, X, Y, Z, N);
+}
+
 } // namespace
+
+// The elements' evaluation. The careful way is asked last and with the same arguments, so that it costs a jump and the fast way no saving of registers.
+
+namespace tav3d::opensuite
+{
+
+template <>
+void FastElement<4, laneSet>::GetShapeFunction(double x, double y, double z, const double* X, const double* Y, const double* Z,
+                                               double* N) const
+{
+    if (!fastTetra(x, y, z, X, Y, Z, N)) [[unlikely]]
+        evaluateCarefully(x, y, z, X, Y, Z, N);
+}
+
+template <>
+void FastElement<6, laneSet>::GetShapeFunction(double x, double y, double z, const double* X, const double* Y, const double* Z,
+                                               double* N) const
+{
+    if (!fastPrism(x, y, z, X, Y, Z, N)) [[unlikely]]
+        evaluateCarefully(x, y, z, X, Y, Z, N);
+}
+
+template <>
+void FastElement<8, laneSet>::GetShapeFunction(double x, double y, double z, const double* X, const double* Y, const double* Z,
+                                               double* N) const
+{
+    if (!fastHexa(x, y, z, X, Y, Z, N)) [[unlikely]]
+        evaluateCarefully(x, y, z, X, Y, Z, N);
+}
+
+} // namespace tav3d::opensuite

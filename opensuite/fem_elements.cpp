@@ -5,6 +5,7 @@
 #include "fast_shapes.h"
 #include "inverse_mapping.h"
 #include "shape_functions.h"
+#include "solid_elements.h"
 
 #include <new>
 
@@ -12,6 +13,7 @@ namespace
 {
 
 using namespace tav3d::opensuite;
+using tav3d::common::LaneSet;
 
 // The fast functions answer for points in ordinary elements. For all others an evaluation asks in this order (docs/elements.md): at a node, that
 // node; where the element's map has an inverse, the shape functions; elsewhere the weights of least norm, which reproduce linear fields as far as
@@ -78,54 +80,30 @@ void onlyNode(std::size_t at, std::span<double> N)
         N[i] = i == at ? 1.0 : 0.0;
 }
 
-template <std::size_t n>
-void evaluateCarefully(double x, double y, double z, const double* X, const double* Y, const double* Z, double* N)
-{
-    for (std::size_t i = 0; i < n; ++i)
-        if (x == X[i] && y == Y[i] && z == Z[i])
-            return onlyNode(i, {N, n});
-    const double point[3] = {x, y, z};
-    const Nodes<n> node{std::span<const double, n>(X, n), std::span<const double, n>(Y, n), std::span<const double, n>(Z, n)};
-    if (!shape<n>(point, node, std::span<double, n>(N, n)))
-        leastNormWeights(point, node.X, node.Y, node.Z, {N, n});
-}
-
-/// The fast function of the element with n nodes; the pyramid has none.
-template <std::size_t n>
-FastShape fastShape()
-{
-    const FastShapes& shapes = fastShapes();
-    return n == 4 ? shapes.tetra : n == 6 ? shapes.prism : n == 8 ? shapes.hexa : nullptr;
-}
-
-// Elements have no state of their own, and hosts make and delete one for each evaluation. So there is one object of each class; the factories hand it
-// out, and to delete it leaves it where it is.
-
-template <std::size_t n>
-class Element3D final : public CFEM_Elem3D
+class Pyramid final : public SolidElement<5>
 {
 public:
-    static Element3D* only()
-    {
-        static Element3D* const element = new Element3D;
-        return element;
-    }
-    static void operator delete(Element3D*, std::destroying_delete_t) {}
-
-    int GetNNode() const override { return n; }
-    int GetDimension() const override { return 3; }
-
     void GetShapeFunction(double x, double y, double z, const double* X, const double* Y, const double* Z, double* N) const override
     {
-        if constexpr (n != 5)
-            if (fast_(x, y, z, X, Y, Z, N))
-                return;
-        evaluateCarefully<n>(x, y, z, X, Y, Z, N);
+        evaluateCarefully(x, y, z, X, Y, Z, N);
     }
-
-private:
-    FastShape fast_ = fastShape<n>();
 };
+
+// Hosts make and delete an element for each evaluation. So there is one object of each class, which is never destroyed; the factories hand it out.
+
+template <LaneSet lanes>
+const FastElements& elementsFor()
+{
+    static const FastElements elements{new FastElement<4, lanes>, new FastElement<6, lanes>, new FastElement<8, lanes>};
+    return elements;
+}
+
+/// Those of the widest instruction set that can run here.
+const FastElements& bestElements()
+{
+    static const FastElements& elements = fastElements(tav3d::common::bestLaneSet());
+    return elements;
+}
 
 template <std::size_t n>
 class Element2D final : public CFEM_Elem2D
@@ -158,33 +136,75 @@ public:
 
 } // namespace
 
-const FastShapes& tav3d::opensuite::fastShapes() noexcept
+namespace tav3d::opensuite
+{
+
+template <int n>
+void SolidElement<n>::operator delete(SolidElement*, std::destroying_delete_t)
+{
+}
+
+template <int n>
+int SolidElement<n>::GetNNode() const
+{
+    return n;
+}
+
+template <int n>
+int SolidElement<n>::GetDimension() const
+{
+    return 3;
+}
+
+template <int n>
+void SolidElement<n>::evaluateCarefully(double x, double y, double z, const double* X, const double* Y, const double* Z, double* N) const
+{
+    for (std::size_t i = 0; i < n; ++i)
+        if (x == X[i] && y == Y[i] && z == Z[i])
+            return onlyNode(i, {N, n});
+    const double point[3] = {x, y, z};
+    const Nodes<n> node{std::span<const double, n>(X, n), std::span<const double, n>(Y, n), std::span<const double, n>(Z, n)};
+    if (!shape<n>(point, node, std::span<double, n>(N, n)))
+        leastNormWeights(point, node.X, node.Y, node.Z, {N, n});
+}
+
+template class SolidElement<4>;
+template class SolidElement<5>;
+template class SolidElement<6>;
+template class SolidElement<8>;
+
+const FastElements& fastElements([[maybe_unused]] LaneSet lanes) noexcept
 {
 #if defined(TAV3D_X86_64)
-    return tav3d::common::canRun(tav3d::common::LaneSet::avx2) ? avx2::fastShapes : sse2::fastShapes;
-#else
-    return plain_lanes::fastShapes;
+    if (lanes == LaneSet::avx2)
+        return elementsFor<LaneSet::avx2>();
+    if (lanes == LaneSet::sse2)
+        return elementsFor<LaneSet::sse2>();
 #endif
+    return elementsFor<LaneSet::plain>();
 }
+
+} // namespace tav3d::opensuite
 
 CFEM_Elem3D* CFEM_Elem3D_Factory::Make_TETRA4() const
 {
-    return Element3D<4>::only();
+    return bestElements().tetra;
 }
 
 CFEM_Elem3D* CFEM_Elem3D_Factory::Make_PYRAMID5() const
 {
-    return Element3D<5>::only();
+    static CFEM_Elem3D* const pyramid = new Pyramid;
+    return pyramid;
 }
 
 CFEM_Elem3D* CFEM_Elem3D_Factory::Make_PRISM6() const
 {
-    return Element3D<6>::only();
+    return bestElements().prism;
 }
 
 CFEM_Elem3D* CFEM_Elem3D_Factory::Make_HEXA8() const
 {
-    return Element3D<8>::only();
+    return bestElements().hexa;
 }
 
 CFEM_Elem2D* CFEM_Elem2D_Factory::Make_TRI3() const

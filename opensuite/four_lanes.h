@@ -49,10 +49,20 @@ inline Lanes larger(Lanes a, Lanes b)
 {
     return {_mm256_max_pd(a.v, b.v)};
 }
+/// The smaller one in each lane; b where one is NaN.
+inline Lanes smaller(Lanes a, Lanes b)
+{
+    return {_mm256_min_pd(a.v, b.v)};
+}
 /// Whether every lane of a is at most that of b; false where one is NaN.
 inline bool allAtMost(Lanes a, Lanes b)
 {
     return _mm256_movemask_pd(_mm256_cmp_pd(a.v, b.v, _CMP_LE_OQ)) == 15;
+}
+/// Whether every lane of a is below that of b; false where one is NaN.
+inline bool allBelow(Lanes a, Lanes b)
+{
+    return _mm256_movemask_pd(_mm256_cmp_pd(a.v, b.v, _CMP_LT_OQ)) == 15;
 }
 /// (1, 0, 3, 2)
 inline Lanes swapPairs(Lanes a)
@@ -130,10 +140,20 @@ inline Lanes larger(Lanes a, Lanes b)
 {
     return {_mm_max_pd(a.low, b.low), _mm_max_pd(a.high, b.high)};
 }
+/// The smaller one in each lane; b where one is NaN.
+inline Lanes smaller(Lanes a, Lanes b)
+{
+    return {_mm_min_pd(a.low, b.low), _mm_min_pd(a.high, b.high)};
+}
 /// Whether every lane of a is at most that of b; false where one is NaN.
 inline bool allAtMost(Lanes a, Lanes b)
 {
     return _mm_movemask_pd(_mm_and_pd(_mm_cmple_pd(a.low, b.low), _mm_cmple_pd(a.high, b.high))) == 3;
+}
+/// Whether every lane of a is below that of b; false where one is NaN.
+inline bool allBelow(Lanes a, Lanes b)
+{
+    return _mm_movemask_pd(_mm_and_pd(_mm_cmplt_pd(a.low, b.low), _mm_cmplt_pd(a.high, b.high))) == 3;
 }
 /// (1, 0, 3, 2)
 inline Lanes swapPairs(Lanes a)
@@ -211,10 +231,21 @@ inline Lanes larger(const Lanes& a, const Lanes& b)
     return {{a.v[0] > b.v[0] ? a.v[0] : b.v[0], a.v[1] > b.v[1] ? a.v[1] : b.v[1], a.v[2] > b.v[2] ? a.v[2] : b.v[2],
              a.v[3] > b.v[3] ? a.v[3] : b.v[3]}};
 }
+/// The smaller one in each lane; b where one is NaN.
+inline Lanes smaller(const Lanes& a, const Lanes& b)
+{
+    return {{a.v[0] < b.v[0] ? a.v[0] : b.v[0], a.v[1] < b.v[1] ? a.v[1] : b.v[1], a.v[2] < b.v[2] ? a.v[2] : b.v[2],
+             a.v[3] < b.v[3] ? a.v[3] : b.v[3]}};
+}
 /// Whether every lane of a is at most that of b; false where one is NaN.
 inline bool allAtMost(const Lanes& a, const Lanes& b)
 {
     return a.v[0] <= b.v[0] && a.v[1] <= b.v[1] && a.v[2] <= b.v[2] && a.v[3] <= b.v[3];
+}
+/// Whether every lane of a is below that of b; false where one is NaN.
+inline bool allBelow(const Lanes& a, const Lanes& b)
+{
+    return a.v[0] < b.v[0] && a.v[1] < b.v[1] && a.v[2] < b.v[2] && a.v[3] < b.v[3];
 }
 /// (1, 0, 3, 2)
 inline Lanes swapPairs(const Lanes& a)
