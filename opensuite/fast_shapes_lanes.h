@@ -43,7 +43,7 @@ TAV3D_ALWAYS_INLINE bool fastTetra(double x, double y, double z, const double* X
     const Lanes total = sumOfAll(volume);
     const Lanes square = (ax * ax + ay * ay) + az * az;
     // Flat, or seen from so far that the volumes cancel; false for NaN. At a node the other volumes are 0 and the quotient is 1.
-    if (!allBelow((square * square) * square, (total * total) * Lanes::all(flatness)))
+    if (!allBelow((square * square) * square, (total * total) * Lanes::all(flatness))) [[unlikely]]
         return false;
     (volume / total).to(N);
     return true;
