@@ -40,6 +40,19 @@ Properties groupProperties(hid_t kind)
     return list;
 }
 
+Type textType(std::size_t size)
+{
+    Type type(H5Tcopy(H5T_C_S1));
+    H5Tset_size(type.get(), size);
+    return type;
+}
+
+Space oneElement()
+{
+    const hsize_t one = 1;
+    return Space(H5Screate_simple(1, &one, nullptr));
+}
+
 } // namespace
 
 class CgnsWriter::Impl
@@ -130,14 +143,7 @@ public:
         if (rows == 0)
             return;
 
-        std::vector<hsize_t> start(array.dims.size(), 0);
-        std::vector<hsize_t> extent = array.dims;
-        start[0] = array.written;
-        extent[0] = rows;
-        const Space inFile(H5Dget_space(array.dataset.get()));
-        const Space inMemory(H5Screate_simple(static_cast<int>(extent.size()), extent.data(), nullptr));
-        if (H5Sselect_hyperslab(inFile.get(), H5S_SELECT_SET, start.data(), nullptr, extent.data(), nullptr) < 0 ||
-            H5Dwrite(array.dataset.get(), memoryType(type), inMemory.get(), inFile.get(), H5P_DEFAULT, data) < 0 || output_->failed())
+        if (!writeRows(array, rows, data) || output_->failed())
             failWriting(path);
         array.written += rows;
         if (array.written == array.dims[0])
@@ -168,6 +174,7 @@ public:
             throw FileError(FileFailure::BadInput, target_, "", "the file is already complete");
         if (!pending_.empty())
             throw FileError(FileFailure::BadInput, target_, pending_.begin()->first, "the array is not complete");
+        parent_ = {};
         root_.close();
         const bool closed = file_.close();
         if (!output_->finish() || !closed)
@@ -184,6 +191,22 @@ public:
     }
 
 private:
+    /// What every node is made with. Making these anew for each node takes longer than the node itself.
+    struct NodeParts
+    {
+        NodeParts()
+        {
+            H5Pset_fill_time(datasetCreation.get(), H5D_FILL_TIME_NEVER); // every element is written before `commit` lets the file out
+        }
+
+        Properties groupCreation = groupProperties(H5P_GROUP_CREATE);
+        Properties datasetCreation = properties(H5P_DATASET_CREATE);
+        Type nameText = textType(nameSize);
+        Type typeText = textType(typeSize);
+        Space text{H5Screate(H5S_SCALAR)};
+        Space flags = oneElement();
+    };
+
     struct PendingArray
     {
         Dataset dataset;
@@ -192,6 +215,22 @@ private:
         hsize_t rowSize = 1;
         hsize_t written = 0; // rows
     };
+
+    static bool writeRows(const PendingArray& array, hsize_t rows, const void* data)
+    {
+        const auto write = [&](hid_t inMemory, hid_t inFile)
+        { return H5Dwrite(array.dataset.get(), memoryType(array.type), inMemory, inFile, H5P_DEFAULT, data) >= 0; };
+        if (rows == array.dims[0])
+            return write(H5S_ALL, H5S_ALL);
+        std::vector<hsize_t> start(array.dims.size(), 0);
+        std::vector<hsize_t> extent = array.dims;
+        start[0] = array.written;
+        extent[0] = rows;
+        const Space inFile(H5Dget_space(array.dataset.get()));
+        const Space inMemory(H5Screate_simple(static_cast<int>(extent.size()), extent.data(), nullptr));
+        return H5Sselect_hyperslab(inFile.get(), H5S_SELECT_SET, start.data(), nullptr, extent.data(), nullptr) >= 0 &&
+               write(inMemory.get(), inFile.get());
+    }
 
     void createFile()
     {
@@ -215,6 +254,7 @@ private:
     {
         const Quiet quiet;
         pending_.clear();
+        parent_ = {};
         root_.close();
         file_.close();
         output_.reset();
@@ -225,6 +265,14 @@ private:
         }
     }
 
+    /// The group at `path`, negative when there is none. It stays open for the next node that is put under it.
+    hid_t openParent(const std::string& path)
+    {
+        if (!parent_.group || parent_.path != path)
+            parent_ = {path, Group(H5Gopen2(file_.get(), path.c_str(), H5P_DEFAULT))};
+        return parent_.group.get();
+    }
+
     Group createGroup(const std::string& parent, const std::string& name, const std::string& label, CgnsType type, std::string& path)
     {
         path = childPath(parent, name);
@@ -233,12 +281,12 @@ private:
         if (name.empty() || name == "." || name.size() >= nameSize || label.size() >= nameSize || name.find('/') != std::string::npos ||
             name.find('\0') != std::string::npos)
             throw FileError(FileFailure::BadInput, target_, path, "a node's name must have 1 to 32 characters and no '/'");
-        const htri_t taken = H5Lexists(file_.get(), path.c_str(), H5P_DEFAULT);
+        const hid_t above = openParent(parent);
+        const htri_t taken = above < 0 ? -1 : H5Lexists(above, name.c_str(), H5P_DEFAULT);
         if (taken != 0)
             throw FileError(FileFailure::BadInput, target_, path,
                             taken > 0 ? "a node of this name stands there already" : "there is no node to put it under");
-        const Properties creation = groupProperties(H5P_GROUP_CREATE);
-        Group group(H5Gcreate2(file_.get(), path.c_str(), H5P_DEFAULT, creation.get(), H5P_DEFAULT));
+        Group group(H5Gcreate2(above, name.c_str(), H5P_DEFAULT, parts_.groupCreation.get(), H5P_DEFAULT));
         if (!group || output_->failed())
             failWriting(path);
         describeNode(group.get(), name, label, type, true);
@@ -247,36 +295,30 @@ private:
 
     void describeNode(hid_t group, const std::string& name, const std::string& label, CgnsType type, bool withFlags)
     {
-        writeTextAttribute(group, "name", name, nameSize);
-        writeTextAttribute(group, "label", label, nameSize);
-        writeTextAttribute(group, "type", typeNames[static_cast<int>(type)], typeSize);
+        writeTextAttribute(group, "name", name, parts_.nameText.get(), nameSize);
+        writeTextAttribute(group, "label", label, parts_.nameText.get(), nameSize);
+        writeTextAttribute(group, "type", typeNames[static_cast<int>(type)], parts_.typeText.get(), typeSize);
         if (!withFlags)
             return;
-        const hsize_t one = 1;
         const std::int32_t flags = 1;
-        const Space space(H5Screate_simple(1, &one, nullptr));
-        const Attribute attribute(H5Acreate2(group, "flags", H5T_STD_I32LE, space.get(), H5P_DEFAULT, H5P_DEFAULT));
+        const Attribute attribute(H5Acreate2(group, "flags", H5T_STD_I32LE, parts_.flags.get(), H5P_DEFAULT, H5P_DEFAULT));
         if (!attribute || H5Awrite(attribute.get(), H5T_NATIVE_INT32, &flags) < 0)
             failWriting(name);
     }
 
-    void writeTextAttribute(hid_t group, const char* attributeName, const std::string& value, std::size_t size)
+    /// `type`: text of `size` bytes.
+    void writeTextAttribute(hid_t group, const char* attributeName, const std::string& value, hid_t type, std::size_t size)
     {
         std::array<char, nameSize> padded{};
         value.copy(padded.data(), size - 1);
-        const Type type(H5Tcopy(H5T_C_S1));
-        H5Tset_size(type.get(), size);
-        const Space space(H5Screate(H5S_SCALAR));
-        const Attribute attribute(H5Acreate2(group, attributeName, type.get(), space.get(), H5P_DEFAULT, H5P_DEFAULT));
-        if (!attribute || H5Awrite(attribute.get(), type.get(), padded.data()) < 0)
+        const Attribute attribute(H5Acreate2(group, attributeName, type, parts_.text.get(), H5P_DEFAULT, H5P_DEFAULT));
+        if (!attribute || H5Awrite(attribute.get(), type, padded.data()) < 0)
             failWriting(value);
     }
 
     Dataset createDataset(hid_t group, const char* name, CgnsType type, hid_t space)
     {
-        const Properties creation = properties(H5P_DATASET_CREATE);
-        H5Pset_fill_time(creation.get(), H5D_FILL_TIME_NEVER); // every element is written before `commit` lets the file out
-        Dataset dataset(H5Dcreate2(group, name, fileType(type), space, H5P_DEFAULT, creation.get(), H5P_DEFAULT));
+        Dataset dataset(H5Dcreate2(group, name, fileType(type), space, H5P_DEFAULT, parts_.datasetCreation.get(), H5P_DEFAULT));
         if (!dataset)
             failWriting(name);
         return dataset;
@@ -296,12 +338,20 @@ private:
         throw FileError(FileFailure::CannotWrite, target_, item, "cannot be written (disk full?)");
     }
 
+    struct OpenGroup
+    {
+        std::string path;
+        Group group;
+    };
+
     std::string target_;
     std::filesystem::path targetPath_;
     std::filesystem::path temporary_;
+    NodeParts parts_;
     std::unique_ptr<CgnsOutput> output_; // outlives file_
     File file_;
     Group root_;
+    OpenGroup parent_; // that of the last node
     std::map<std::string, PendingArray> pending_;
 };
 
