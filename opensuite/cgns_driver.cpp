@@ -66,6 +66,7 @@ haddr_t getAllocatedEnd(const H5FD_t* file, H5FD_mem_t)
 herr_t setAllocatedEnd(H5FD_t* file, H5FD_mem_t, haddr_t end)
 {
     reinterpret_cast<DriverFile*>(file)->end = end;
+    fileOf(file).setAllocated(end);
     return 0;
 }
 
@@ -185,6 +186,13 @@ bool CgnsOutput::finish()
         failed_ = static_cast<bool>(error);
     }
     return !failed_;
+}
+
+void CgnsOutput::setAllocated(std::uint64_t end) noexcept
+{
+    if (writeBack_ && end > allocated_)
+        writeBack_->willWrite(allocated_, end - allocated_);
+    allocated_ = std::max(allocated_, end);
 }
 
 bool CgnsOutput::read(std::uint64_t address, std::size_t size, char* out)

@@ -29,6 +29,7 @@ public:
     [[nodiscard]] virtual unsigned long features() const noexcept = 0;
     virtual bool read(std::uint64_t address, std::size_t size, char* out) = 0;
     virtual bool write(std::uint64_t address, std::size_t size, const char* data) = 0;
+    virtual void setAllocated(std::uint64_t) noexcept {} ///< HDF5 has given away all up to this address
     virtual void setFinalSize(std::uint64_t) noexcept {}
     [[nodiscard]] std::uint64_t size() const noexcept { return size_; }
 
@@ -71,12 +72,14 @@ public:
     [[nodiscard]] unsigned long features() const noexcept override;
     bool read(std::uint64_t address, std::size_t size, char* out) override;
     bool write(std::uint64_t address, std::size_t size, const char* data) override;
+    void setAllocated(std::uint64_t end) noexcept override;
     void setFinalSize(std::uint64_t size) noexcept override { finalSize_ = size; }
 
 private:
     std::filesystem::path path_;
     std::optional<EarlyWriteBack> writeBack_;
     bool failed_ = false;
+    std::uint64_t allocated_ = 0;
     std::uint64_t finalSize_ = 0; // as HDF5 has recorded it in the file
 };
 

@@ -20,11 +20,16 @@ public:
     EarlyWriteBack(const EarlyWriteBack&) = delete;
     EarlyWriteBack& operator=(const EarlyWriteBack&) = delete;
 
+    /// These bytes will be written. Where the system finds their place on the disk before they come, it does so for all of them at once, and writing them takes
+    /// less. Small pieces are left alone.
+    void willWrite(std::uint64_t address, std::uint64_t size) noexcept;
+
     /// These bytes have been written. Small pieces are left alone: they are often written again.
     void written(std::uint64_t address, std::size_t size) noexcept;
 
 private:
     int descriptor_ = -1;
+    bool reserves_ = true; // until the file system has refused
 };
 
 } // namespace tav3d::opensuite
