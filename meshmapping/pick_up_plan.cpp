@@ -72,6 +72,32 @@ void gather(const float* value, const int* node, int first, int last, float* to,
     }
 }
 
+/// Whether the nodes first .. first+count-1 all take the value of their assigned voxel node, told without a branch per node; false is no answer.
+template <int count>
+bool allPlain(const CutCellSources& cutCell, bool neighbours, bool regions, int voxelValueTotal, int first) noexcept
+{
+    const int* const assigned = cutCell.voxelNode.data() + first;
+    int beyond = 0;
+    for (int k = 0; k < count; ++k)
+        beyond |= static_cast<int>(assigned[k] > voxelValueTotal);
+    if (neighbours)
+    {
+        const unsigned char* const part = cutCell.kinds.part.data() + first;
+        const unsigned char* const partInsert = cutCell.kinds.partInsert.data() + first;
+        unsigned char onSurface = 0;
+        for (int k = 0; k < count; ++k)
+            onSurface |= static_cast<unsigned char>(part[k] | partInsert[k]);
+        beyond |= onSurface;
+    }
+    if (regions)
+    {
+        const int* const region = cutCell.region.data() + first;
+        for (int k = 0; k < count; ++k)
+            beyond |= region[k];
+    }
+    return beyond == 0;
+}
+
 } // namespace
 
 PickUpPlan::PickUpPlan(const CutCellSources& cutCell, const NodeKinds& voxelKinds, const PickUpRules& rules, int voxelValueTotal)
@@ -80,8 +106,14 @@ PickUpPlan::PickUpPlan(const CutCellSources& cutCell, const NodeKinds& voxelKind
     , substitute_(rules.substitute)
 {
     const bool regions = rules.substitute && rules.neighbours;
+    constexpr int block = 32;
     for (int j = 1; j <= assigned_.count(); ++j)
     {
+        if (j % block == 1)
+            while (j + block - 1 <= assigned_.count() && allPlain<block>(cutCell, rules.neighbours, regions, voxelValueTotal, j))
+                j += block;
+        if (j > assigned_.count())
+            break;
         const bool plain =
             assigned_[j] <= voxelValueTotal && !(rules.neighbours && cutCell.kinds.onSurface(j)) && !(regions && cutCell.region[j] != 0);
         if (plain)

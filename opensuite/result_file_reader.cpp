@@ -19,6 +19,28 @@ namespace
 constexpr std::int64_t maxEntries = std::numeric_limits<std::int32_t>::max() - 1; // n+1 entries stay countable
 constexpr std::int64_t maxText = std::int64_t{1} << 30;
 
+/// Puts value k at entry id[k+1].
+void scatter(std::span<const float> value, std::span<const int> id, float* to)
+{
+    for (std::size_t k = 0; k < value.size(); ++k)
+        to[id[k + 1]] = value[k];
+}
+
+/// The same, and 0 at the other entries of 1..n. `id` ascends from entry 1 on.
+void scatterAmongZeros(std::span<const float> value, std::span<const int> id, float* to, int n)
+{
+    constexpr int block = 4096; // stays in the first cache between the zeros and the values
+    std::size_t done = 0;
+    for (int last = 0; last < n;)
+    {
+        const int first = last + 1;
+        last = n - last > block ? last + block : n;
+        std::fill(to + first, to + last + 1, 0.0f);
+        for (; done < value.size() && id[done + 1] <= last; ++done)
+            to[id[done + 1]] = value[done];
+    }
+}
+
 } // namespace
 
 OpenResultFile::OpenResultFile(const std::string& file)
@@ -236,9 +258,10 @@ float* OpenResultFile::createFullResult(int number, int resultType, int& nNode)
     const int n = whole ? static_cast<int>(item.array.count()) : nodeTotal_;
 
     full_.count = 0;
-    if (n > full_.used)
+    const bool isNew = n > full_.used;
+    if (isNew)
         makeRoom(n);
-    else if (!whole)
+    else if (item.storage == Storage::None)
         std::fill_n(full_.values.get() + 1, n, 0.0f);
     float* const values = full_.values.get();
     values[0] = 0.0f; // which the caller may have changed
@@ -252,8 +275,10 @@ float* OpenResultFile::createFullResult(int number, int resultType, int& nNode)
         const std::vector<int>& id = description_.m_ResultType.at(item.type).m_MappingID;
         compact_.resize(id.size() - 1);
         item.array.read(0, std::span<float>(compact_));
-        for (std::size_t k = 0; k < compact_.size(); ++k)
-            values[id[k + 1]] = compact_[k];
+        if (isNew)
+            scatter(compact_, id, values);
+        else
+            scatterAmongZeros(compact_, id, values, n);
     }
     full_.count = n;
     nNode = n;

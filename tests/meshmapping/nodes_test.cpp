@@ -49,8 +49,9 @@ TEST(RenumberingList, lists_random_marks_of_any_value_as_one_test_per_node_does)
     {
         std::vector<unsigned char> mark(random() % 24 + 1);
         const unsigned one = random() % 5 + 1; // of how many nodes
+        const bool oneValue = random() % 2 == 0;
         for (unsigned char& m : mark)
-            m = random() % one == 0 ? static_cast<unsigned char>(random() % 3 * 127) : 0;
+            m = random() % one == 0 ? static_cast<unsigned char>(oneValue ? 1 : random() % 3 * 127) : 0;
         const int start = static_cast<int>(random() % 3);
         std::vector<int> expected{0};
         for (std::size_t node = 1; node < mark.size(); ++node)

@@ -148,6 +148,25 @@ TEST(PickUpPlan, gives_the_bits_of_the_plain_form_for_meshes_of_several_blocks)
         }
 }
 
+TEST(PickUpPlan, gives_the_bits_of_the_plain_form_for_surfaces_between_interior_nodes)
+{
+    Random random(31);
+    for (int round = 0; round < 40000; ++round)
+    {
+        Scene scene(random, 20 + below(random, 150), 1 + below(random, 12));
+        for (int stretch = below(random, 4); stretch > 0; --stretch)
+        {
+            const int first = 1 + below(random, scene.cutCellTotal);
+            const int last = std::min(first + below(random, 100), scene.cutCellTotal);
+            for (auto* mark : {&scene.part, &scene.insert})
+                std::fill(mark->begin() + first, mark->begin() + last + 1, static_cast<unsigned char>(0));
+            std::fill(scene.region.begin() + first, scene.region.begin() + last + 1, 0);
+            std::fill(scene.voxelNode.begin() + first, scene.voxelNode.begin() + last + 1, below(random, scene.voxelTotal + 1));
+        }
+        ASSERT_NO_FATAL_FAILURE(compareForms(random, scene, scene.voxelTotal - below(random, 2)));
+    }
+}
+
 /// A plan for `nodes` interior nodes, each taking the value of the voxel node of its number.
 PickUpPlan planOfEqualNumbers(std::vector<int>& numbers, std::vector<unsigned char>& marks, int nodes)
 {

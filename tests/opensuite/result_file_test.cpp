@@ -156,6 +156,41 @@ TEST(ResultFile, array_that_serves_item_after_item_keeps_nothing_of_the_one_befo
     }
 }
 
+TEST(ResultFile, values_behind_a_long_id_map_come_back_into_an_array_that_has_served_before)
+{
+    for (const int nodes : {4095, 4096, 4097, 8193, 20000})
+        for (const int every : {1, 3, 5000})
+        {
+            const ScratchFolder folder;
+            CBinaryInform d = sampleDescription();
+            d.m_nVoxelNode = nodes;
+            d.m_ResultItem = {{6, 1, 0, 0, "All", ""}, {21, 3, 0, 0, "Some", ""}};
+            d.m_ResultType.clear();
+            std::vector<int> list(1, 0);
+            std::vector<float> expected(1, 0.0f);
+            Values values{{6, std::vector<float>(static_cast<std::size_t>(nodes) + 1, 77.0f)}, {21, {99}}};
+            for (int node = 1; node <= nodes; ++node)
+            {
+                const bool isListed = node % every == 0 || node == nodes;
+                expected.push_back(isListed ? static_cast<float>(node) : 0.0f);
+                if (!isListed)
+                    continue;
+                list.push_back(node);
+                values[21].push_back(static_cast<float>(node));
+            }
+            const int listed = static_cast<int>(list.size()) - 1;
+            CBinaryWriteTools::SetResultItemDimension(1, d, nodes, false);
+            CBinaryWriteTools::SetResultItemDimension(3, d, listed, true);
+            CBinaryWriteTools::SetResultItemMappingIDArray(3, d, listed, list.data());
+            ASSERT_EQ(writeResult(folder.file("a.q7f"), d, values), 0);
+            OpenSample read(folder.file("a.q7f"));
+            expected.erase(expected.begin());
+            EXPECT_EQ(fullResult(21, 3, read.inform, read.reader), expected) << "in a new array";
+            EXPECT_EQ(fullResult(6, 1, read.inform, read.reader), std::vector<float>(static_cast<std::size_t>(nodes), 77.0f));
+            EXPECT_EQ(fullResult(21, 3, read.inform, read.reader), expected);
+        }
+}
+
 TEST(ResultFile, map_without_nodes_is_a_map_in_use)
 {
     const ScratchFolder folder;
