@@ -1,5 +1,6 @@
 #include "result_file_reader.h"
 
+#include "common/file_names.h"
 #include "result_mesh.h"
 
 #include <algorithm>
@@ -45,6 +46,7 @@ void scatterAmongZeros(std::span<const float> value, std::span<const int> id, fl
 
 OpenResultFile::OpenResultFile(const std::string& file)
     : name_(file)
+    , state_(settledStateOf(common::pathOf(file)))
     , file_(std::make_unique<CgnsReader>(file))
 {
     const std::string base = childPath("/", layout::base);
@@ -64,6 +66,11 @@ OpenResultFile::OpenResultFile(const std::string& file)
     readHead(parent);
     readTypes(parent);
     readItems(parent);
+}
+
+bool OpenResultFile::isStill(const std::string& file) const
+{
+    return file_ && state_ && file == name_ && settledStateOf(common::pathOf(file)) == state_;
 }
 
 void OpenResultFile::readHead(const std::string& parent)

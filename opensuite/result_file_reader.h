@@ -4,6 +4,7 @@
 
 #include "TAV3DCoolTools.h"
 #include "cgns_reader.h"
+#include "file_state.h"
 #include "result_layout.h"
 
 #include <map>
@@ -22,6 +23,9 @@ class OpenResultFile
 public:
     /// Throws FileError: CannotOpen, WrongKind for what is no result file, BadContent for what is incomplete or contradicts itself.
     explicit OpenResultFile(const std::string& file);
+
+    /// Whether it is open, `file` is the name that it has been opened with, and what stands there now is surely what was opened then.
+    [[nodiscard]] bool isStill(const std::string& file) const;
 
     /// Everything but the values; the mesh file's path as seen from the working directory.
     [[nodiscard]] const CBinaryInform& description() const noexcept { return description_; }
@@ -74,6 +78,7 @@ private:
     const Item& find(int item) const;
 
     std::string name_;
+    std::optional<FileState> state_;   // before the opening
     std::unique_ptr<CgnsReader> file_; // null after `close`
     CBinaryInform description_;
     std::int32_t nodeTotal_ = 0; // of the mesh that the results stand on

@@ -1,32 +1,9 @@
+#include "open_result.h"
 #include "result_shells.h"
 
+#include <utility>
+
 using namespace tav3d::opensuite;
-
-namespace
-{
-
-namespace begin_code
-{
-constexpr int noFileName = -1;
-constexpr int cannotOpen = -2;
-constexpr int badTable = -3;
-constexpr int wrongKind = -4;
-} // namespace begin_code
-
-int beginCode(FileFailure failure)
-{
-    switch (failure)
-    {
-    case FileFailure::CannotOpen:
-        return begin_code::cannotOpen;
-    case FileFailure::WrongKind:
-        return begin_code::wrongKind;
-    default:
-        return begin_code::badTable;
-    }
-}
-
-} // namespace
 
 CTAV3DResultReader_Manipulator::CTAV3DResultReader_Manipulator()
     : m_pImpl(new Impl)
@@ -42,26 +19,9 @@ CTAV3DResultReader_Manipulator::~CTAV3DResultReader_Manipulator()
 int CTAV3DResultReader_Manipulator::BeginReading(const char* file, const char* /*second*/)
 {
     EndReading();
-    if (file == nullptr || *file == '\0')
-    {
-        reportLine("result reader: no file name");
-        return begin_code::noFileName;
-    }
-    try
-    {
-        m_pImpl->file = std::make_shared<OpenResultFile>(file);
-        return 0;
-    }
-    catch (const FileError& error)
-    {
-        reportLine(error.what());
-        return beginCode(error.failure());
-    }
-    catch (const std::exception& error)
-    {
-        reportLine(std::string(file) + ": " + error.what());
-        return begin_code::badTable;
-    }
+    ResultOpening opening = openResult(file);
+    m_pImpl->file = std::move(opening.file);
+    return opening.code;
 }
 
 int CTAV3DResultReader_Manipulator::GetResultItem(int item, float* buffer)

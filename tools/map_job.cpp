@@ -8,6 +8,7 @@
 #include "console.h"
 #include "file_access.h"
 #include "opensuite/item_observer.h"
+#include "opensuite/open_result.h"
 #include "opensuite/replace_file.h"
 #include "resultmapping/driver_view.h"
 
@@ -84,23 +85,23 @@ ModelMapper::Mesh checkedMesh(const std::string& meshFile)
     return mesh;
 }
 
-/// The description of a result file; throws when it cannot be read.
-CBinaryInform describe(const fs::path& file)
+using CheckedResult = std::shared_ptr<opensuite::OpenResultFile>;
+
+/// A result file, checked; throws when it cannot be read.
+CheckedResult checkedResult(const fs::path& file)
 {
     if (!fs::exists(file))
         fail(file, "no such file");
     if (isLockedByAnotherProgram(file))
         fail(file, "is in use by another program, which has locked it");
-    CTAV3DResultReader_Manipulator reader;
-    if (const int code = reader.BeginReading(nameOf(file).c_str(), nullptr); code < 0)
+    const auto [result, code] = opensuite::openResult(nameOf(file).c_str());
+    if (code < 0)
     {
         static constexpr std::array reasons{"cannot be opened", "cannot be opened", "its result table is not usable",
                                             "is not a result file"};
         fail(file, code >= -4 ? reasons[-code - 1] : "cannot be read");
     }
-    CBinaryInform inform;
-    CBinaryWriteTools::GetBinaryInform(inform, reader, 0);
-    return inform;
+    return result;
 }
 
 /// A voxel result of this model, or a reason why it is not.
@@ -153,8 +154,10 @@ struct Start
 {
     fs::path voxelFile;     ///< the voxel result
     bool moveAside = false; ///< it stands under the result's name, and the driver moves it aside
-    CBinaryInform inform;   ///< its description
+    CheckedResult open;     ///< it, checked
     std::string note;
+
+    [[nodiscard]] const CBinaryInform& inform() const noexcept { return open->description(); }
 };
 
 /// Finds the voxel data of a task. An in-place run that was interrupted, or is repeated, finds it under the "_vox" name.
@@ -168,9 +171,9 @@ Start findStart(const MapTask& task, const ModelMapper::Mesh& mesh)
     if (task.inPlace() && !fs::exists(task.source) && fs::exists(vox))
     {
         // An earlier run was interrupted between moving aside and completion: its second half is to be done.
-        start.inform = describe(vox);
-        checkBelongsToModel(vox, start.inform, mesh);
-        if (start.inform.m_bOnCutCellMesh)
+        start.open = checkedResult(vox);
+        checkBelongsToModel(vox, start.inform(), mesh);
+        if (start.inform().m_bOnCutCellMesh)
             fail(vox, "holds a result on the cut-cell mesh");
         start.voxelFile = vox;
         start.moveAside = false;
@@ -178,17 +181,17 @@ Start findStart(const MapTask& task, const ModelMapper::Mesh& mesh)
         return start;
     }
 
-    start.inform = describe(task.source);
-    checkBelongsToModel(task.source, start.inform, mesh);
-    if (!start.inform.m_bOnCutCellMesh)
+    start.open = checkedResult(task.source);
+    checkBelongsToModel(task.source, start.inform(), mesh);
+    if (!start.inform().m_bOnCutCellMesh)
         return start;
 
     if (!task.inPlace() || !fs::exists(vox))
         fail(task.source, "is a result on the cut-cell mesh already");
     // Mapped before: its voxel data stands beside it, and is mapped again.
-    start.inform = describe(vox);
-    checkBelongsToModel(vox, start.inform, mesh);
-    if (start.inform.m_bOnCutCellMesh)
+    start.open = checkedResult(vox);
+    checkBelongsToModel(vox, start.inform(), mesh);
+    if (start.inform().m_bOnCutCellMesh)
         fail(task.source, "is a result on the cut-cell mesh already, and so is " + nameOf(vox));
     start.voxelFile = vox;
     start.moveAside = false;
@@ -200,7 +203,7 @@ bool isVoxelResult(const fs::path& file)
 {
     try
     {
-        return !describe(file).m_bOnCutCellMesh;
+        return !checkedResult(file)->description().m_bOnCutCellMesh;
     }
     catch (const std::exception&)
     {
@@ -311,7 +314,7 @@ void ModelMapper::mapFile(const MapObserver& observe, MapOutcome& outcome)
     outcome.note = start.note;
     if (start.moveAside)
         checkWayAside(voxPathOf(task.source));
-    checkTarget(task.target, start.inform, *mesh_);
+    checkTarget(task.target, start.inform(), *mesh_);
     const long long completedBefore = opensuite::completedResultFiles();
 
     const opensuite::WatchItems watch(
@@ -320,9 +323,12 @@ void ModelMapper::mapFile(const MapObserver& observe, MapOutcome& outcome)
             if (observe)
                 observe(done, total);
         });
+    if (start.moveAside)
+        start.open->close(); // what is open cannot be moved on every system
+    const opensuite::OfferResult offer(start.open);
     std::string voxelFile = nameOf(start.voxelFile);
     std::string target = nameOf(task.target);
-    driver_->Setfillingtime(options_.fillingTime.value_or(start.inform.m_dFillingTime));
+    driver_->Setfillingtime(options_.fillingTime.value_or(start.inform().m_dFillingTime));
     const int smooth = options_.smooth ? 1 : 0;
     try
     {
