@@ -130,10 +130,13 @@ std::int64_t countPartNodes(const std::string& path, bool onCutCellMesh)
 std::string meshPathToStore(const std::string& meshFile, const std::string& resultFile)
 {
     std::error_code error;
-    const fs::path mesh = fs::weakly_canonical(fs::absolute(pathOf(meshFile)), error);
+    const fs::path named = fs::absolute(pathOf(meshFile), error);
+    const fs::path mesh = fs::weakly_canonical(named, error);
     const fs::path folder = error ? fs::path() : fs::weakly_canonical(fs::absolute(pathOf(resultFile)).parent_path(), error);
-    const fs::path relative = error ? fs::path() : mesh.lexically_relative(folder);
-    return common::genericNameOf(relative.empty() ? pathOf(meshFile) : relative);
+    if (error)
+        return common::genericNameOf(named);
+    const fs::path relative = mesh.lexically_relative(folder); // none from one drive to another
+    return common::genericNameOf(relative.empty() ? mesh : relative);
 }
 
 std::string meshPathFromStored(const std::string& stored, const std::string& resultFile)

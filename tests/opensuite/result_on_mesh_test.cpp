@@ -3,6 +3,7 @@
 #include "opensuite/cgns_reader.h"
 #include "opensuite/file_state.h"
 #include "opensuite/mesh_file.h"
+#include "opensuite/result_mesh.h"
 #include "result_samples.h"
 #include "support/mesh_models.h"
 #include "support/scratch_folder.h"
@@ -84,6 +85,43 @@ TEST(ResultOnMesh, mesh_path_comes_back_as_seen_from_the_working_directory)
     EXPECT_EQ(read.m_nVoxelNode, 216);
     EXPECT_EQ(read.m_nCutCellNode, 218);
 }
+
+TEST(ResultOnMesh, mesh_path_that_is_stored_leads_from_the_folder_of_the_result)
+{
+    using namespace tav3d::opensuite;
+    EXPECT_EQ(meshPathToStore("model/part.krn", "runs/a.q7f"), "../model/part.krn");
+    EXPECT_EQ(meshPathToStore("part.krn", "part.q7f"), "part.krn");
+#ifdef _WIN32
+    EXPECT_EQ(meshPathToStore("D:\\model\\part.krn", "C:\\runs\\a.q7f"), "D:/model/part.krn");
+    EXPECT_EQ(meshPathFromStored("D:/model/part.krn", "C:\\runs\\a.q7f"), "D:\\model\\part.krn");
+    EXPECT_EQ(meshPathToStore("\\\\server\\share\\part.krn", "C:\\runs\\a.q7f"), "//server/share/part.krn");
+    EXPECT_EQ(meshPathFromStored("//server/share/part.krn", "C:/runs/a.q7f"), "//server/share/part.krn");
+#endif
+}
+
+#ifdef _WIN32
+
+TEST(ResultOnMesh, mesh_on_another_drive_is_found_from_wherever_the_result_is_read)
+{
+    // The result goes where the test runs (under wine on Z:), the mesh is in the folder for temporary files (on C:) and is named as seen from there.
+    MeshFolder f;
+    const fs::path before = fs::current_path();
+    if (before.root_name() == f.folder.path().root_name())
+        GTEST_SKIP() << "one drive only";
+    const ScratchFolder elsewhere(before);
+    fs::current_path(f.folder.path() / "model");
+    f.d.m_strMeshFile = "part.krn";
+    const int written = writeResult(elsewhere.file("a.q7f"), f.d, f.values);
+    fs::current_path(before);
+    ASSERT_EQ(written, 0);
+    CTAV3DResultReader_Manipulator reader;
+    ASSERT_EQ(reader.BeginReading(elsewhere.file("a.q7f").c_str(), nullptr), 0);
+    CBinaryInform read;
+    CBinaryWriteTools::GetBinaryInform(read, reader, 0);
+    EXPECT_EQ(read.m_strMeshFile, f.mesh);
+}
+
+#endif
 
 TEST(ResultOnMesh, result_and_mesh_may_move_together)
 {

@@ -16,11 +16,11 @@ namespace tav3d::test
 class ScratchFolder
 {
 public:
-    ScratchFolder()
+    explicit ScratchFolder(const std::filesystem::path& place = std::filesystem::temp_directory_path())
     {
         std::random_device random;
         do
-            path_ = std::filesystem::temp_directory_path() / ("tav3d-test-" + std::to_string(random()) + "-" + std::to_string(random()));
+            path_ = place / ("tav3d-test-" + std::to_string(random()) + "-" + std::to_string(random()));
         while (!std::filesystem::create_directory(path_));
     }
     ~ScratchFolder()
