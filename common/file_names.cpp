@@ -39,6 +39,43 @@ std::string narrowed(std::wstring_view text)
     return narrow;
 }
 
+/// The path in full; dots and blanks at its end are gone, as they are when a file is opened.
+std::wstring wholePath(const fs::path& path)
+{
+    std::wstring whole(GetFullPathNameW(path.c_str(), 0, nullptr, nullptr), L'\0');
+    whole.resize(GetFullPathNameW(path.c_str(), static_cast<DWORD>(whole.size()), whole.data(), nullptr));
+    return whole;
+}
+
+/// The name under which the system keeps the file or folder; empty when there is none, or when its file system does not tell.
+std::wstring keptName(const fs::path& path)
+{
+    constexpr DWORD shareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+    const HANDLE handle =
+        CreateFileW(path.c_str(), 0, shareAll, nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr); // no access: never refused
+    if (handle == INVALID_HANDLE_VALUE)
+        return {};
+    std::wstring name(GetFinalPathNameByHandleW(handle, nullptr, 0, 0), L'\0');
+    name.resize(GetFinalPathNameByHandleW(handle, name.data(), static_cast<DWORD>(name.size()), 0));
+    CloseHandle(handle);
+    constexpr std::wstring_view share = LR"(\\?\UNC\)";
+    constexpr std::wstring_view drive = LR"(\\?\)";
+    if (name.starts_with(share))
+        name.replace(0, share.size(), LR"(\\)");
+    else if (name.starts_with(drive) && name.substr(drive.size() + 1).starts_with(L":"))
+        name.erase(0, drive.size());
+    return name;
+}
+
+/// In capital letters, as the system compares names.
+std::wstring folded(const std::wstring& text)
+{
+    std::wstring capitals(text.size(), L'\0');
+    const int size = static_cast<int>(text.size());
+    LCMapStringEx(LOCALE_NAME_INVARIANT, LCMAP_UPPERCASE, text.data(), size, capitals.data(), size, nullptr, nullptr, 0);
+    return capitals;
+}
+
 } // namespace
 
 fs::path pathOf(std::string_view name)
@@ -75,6 +112,15 @@ std::string normalNameInFolder(const fs::path& folder, const fs::path& name)
 {
     const fs::path normal = (folder / name).lexically_normal(); // has backslashes throughout
     return folder.native().find(L'\\') != std::wstring::npos ? nameOf(normal) : genericNameOf(normal);
+}
+
+fs::path identityOf(const fs::path& path)
+{
+    if (const std::wstring kept = keptName(path); !kept.empty())
+        return {kept};
+    const fs::path whole = wholePath(path);
+    const std::wstring folder = keptName(whole.parent_path());
+    return folder.empty() ? fs::path(folded(whole.native())) : fs::path(folder) / folded(whole.filename().native());
 }
 
 int removeFile(const char* name)
@@ -123,6 +169,14 @@ fs::path inFolder(const fs::path& folder, const fs::path& name)
 std::string normalNameInFolder(const fs::path& folder, const fs::path& name)
 {
     return (folder / name).lexically_normal().string();
+}
+
+fs::path identityOf(const fs::path& path)
+{
+    std::error_code error;
+    const fs::path whole = fs::absolute(path, error);
+    fs::path canonical = fs::weakly_canonical(whole, error);
+    return error ? whole.lexically_normal() : canonical;
 }
 
 int removeFile(const char* name)

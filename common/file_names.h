@@ -28,6 +28,10 @@ namespace tav3d::common
 /// and '/' where it has none.
 [[nodiscard]] std::string normalNameInFolder(const std::filesystem::path& folder, const std::filesystem::path& name);
 
+/// One path for each file: names that lead to the same file have the same, also where there is no file yet. Links are resolved; on Windows it does not
+/// depend on upper and lower case, short names ("PART~1.Q7F"), dots and blanks at the end, and the letter of a mapped drive.
+[[nodiscard]] std::filesystem::path identityOf(const std::filesystem::path& path);
+
 /// The C runtime's removal and renaming of files, for names in UTF-8. 0 = done. Renaming does not replace a file on Windows.
 int removeFile(const char* name);
 int renameFile(const char* oldName, const char* newName);

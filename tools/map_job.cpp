@@ -244,7 +244,7 @@ std::vector<MapTask> makeMapTasks(const std::vector<std::string>& results, const
     for (const std::string& result : results)
     {
         const fs::path path = pathOf(result);
-        if (!sources.insert(fs::weakly_canonical(path)).second)
+        if (!sources.insert(common::identityOf(path)).second)
             fail(result, "named twice");
         MapTask task{path, path};
         if (!output.empty())
@@ -258,7 +258,7 @@ std::vector<MapTask> makeMapTasks(const std::vector<std::string>& results, const
     std::set<fs::path> targets;
     for (const MapTask& task : tasks)
     {
-        const fs::path target = fs::weakly_canonical(task.target);
+        const fs::path target = common::identityOf(task.target);
         if (sources.contains(target))
             fail(task.target, "is both a source and a target");
         if (!targets.insert(target).second)

@@ -4,6 +4,14 @@
 
 #include <gtest/gtest.h>
 
+#ifdef _WIN32
+#define WIN32_LEAN_AND_MEAN
+#ifndef NOMINMAX
+#define NOMINMAX
+#endif
+#include <windows.h>
+#endif
+
 namespace file_names_test
 {
 
@@ -39,6 +47,32 @@ TEST(FileNames, seen_from_a_folder_have_its_separators_and_no_dots)
 #ifdef _WIN32
     EXPECT_EQ(normalNameInFolder(pathOf("C:\\runs\\mapped"), pathOf("../../model/a.krn")), "C:\\model\\a.krn");
     EXPECT_EQ(normalNameInFolder(pathOf("C:/runs/mapped"), pathOf("../../model/a.krn")), "C:/model/a.krn");
+#endif
+}
+
+TEST(FileNames, of_one_file_have_one_identity)
+{
+    const ScratchFolder folder;
+    writeBytes(folder.file("ä.q7f"), "content");
+    const std::filesystem::path identity = identityOf(pathOf(folder.file("ä.q7f")));
+    EXPECT_EQ(identityOf(identity), identity);
+    EXPECT_EQ(identityOf(pathOf(folder.file("missing/../ä.q7f"))), identity);
+    EXPECT_NE(identityOf(pathOf(folder.file("b.q7f"))), identity);
+    EXPECT_EQ(identityOf(pathOf(folder.file("b.q7f"))), identityOf(folder.path() / "." / "b.q7f"));
+    EXPECT_EQ(identityOf("b.q7f"), identityOf(std::filesystem::absolute("b.q7f")));
+#ifdef _WIN32
+    for (const char* name : {"Ä.Q7F", "ä.q7f.", "Ä.q7F. . "})
+        EXPECT_EQ(identityOf(pathOf(folder.file(name))), identity) << name;
+    for (const char* name : {"B.Q7F", "b.q7f.", "B.q7F. . "}) // there is none yet
+        EXPECT_EQ(identityOf(pathOf(folder.file(name))), identityOf(pathOf(folder.file("b.q7f")))) << name;
+    std::wstring shortName(300, L'\0');
+    shortName.resize(GetShortPathNameW(pathOf(folder.file("ä.q7f")).c_str(), shortName.data(), 300));
+    EXPECT_EQ(identityOf(shortName), identity);
+    EXPECT_EQ(identityOf(LR"(\\?\)" + identity.native()), identity);
+#else
+    EXPECT_NE(identityOf(pathOf(folder.file("B.Q7F"))), identityOf(pathOf(folder.file("b.q7f"))));
+    std::filesystem::create_symlink(folder.file("ä.q7f"), folder.file("link"));
+    EXPECT_EQ(identityOf(pathOf(folder.file("link"))), identity);
 #endif
 }
 
