@@ -5,6 +5,7 @@
 
 #include "cgns_driver.h"
 #include "cgns_hdf5.h"
+#include "common/error_text.h"
 #include "common/file_names.h"
 #include "replace_file.h"
 
@@ -185,7 +186,7 @@ public:
         }
         catch (const std::filesystem::filesystem_error& error)
         {
-            throw FileError(FileFailure::CannotWrite, target_, "", error.code().message());
+            throw FileError(FileFailure::CannotWrite, target_, "", common::errorText(error.code()));
         }
         temporary_.clear();
     }

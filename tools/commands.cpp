@@ -7,6 +7,7 @@
 #include "command_map.h"
 #include "command_model.h"
 #include "command_sample.h"
+#include "common/error_text.h"
 
 #include <CLI/CLI.hpp>
 
@@ -45,7 +46,7 @@ int run(int argc, const char* const* argv)
     }
     catch (const std::exception& error)
     {
-        std::cerr << "tav3d: error: " << error.what() << '\n';
+        std::cerr << "tav3d: error: " << common::failureText(error) << '\n';
         return exitFailed;
     }
 }

@@ -4,6 +4,7 @@
 #include "TAV3DCoolTools.h"
 #include "TAV3DResultEngine.h"
 #include "Tav3dQ7XMapping_Voxel2CutCell.h"
+#include "common/error_text.h"
 #include "common/file_names.h"
 #include "console.h"
 #include "file_access.h"
@@ -299,7 +300,7 @@ MapOutcome ModelMapper::run(const MapTask& task, const MapObserver& observe)
     }
     catch (const std::exception& error)
     {
-        outcome.failure = error.what();
+        outcome.failure = common::failureText(error);
     }
     outcome.seconds = secondsSince(begin);
     return outcome;

@@ -1,11 +1,11 @@
 #include "target_file.h"
 
+#include "common/error_text.h"
 #include "common/file_names.h"
 #include "opensuite/file_error.h"
 #include "opensuite/replace_file.h"
 
 #include <cerrno>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 
@@ -44,7 +44,7 @@ private:
 /// To be called right after the failure.
 std::string cannotBeWritten(const fs::path& file)
 {
-    return std::string("cannot be written: ") + std::strerror(errno) + common::ifTooLong(file);
+    return "cannot be written: " + common::lastErrorText() + common::ifTooLong(file);
 }
 
 } // namespace
@@ -64,7 +64,7 @@ void writeTargetFile(const std::string& target, const std::function<void(std::os
         write(out);
         out.close();
         if (!out)
-            throw FileError(FileFailure::CannotWrite, target, "", std::string("cannot be written: ") + std::strerror(errno));
+            throw FileError(FileFailure::CannotWrite, target, "", "cannot be written: " + common::lastErrorText());
     }
     try
     {
@@ -72,7 +72,7 @@ void writeTargetFile(const std::string& target, const std::function<void(std::os
     }
     catch (const fs::filesystem_error& error)
     {
-        throw FileError(FileFailure::CannotWrite, target, "", "cannot be written: " + error.code().message());
+        throw FileError(FileFailure::CannotWrite, target, "", "cannot be written: " + common::errorText(error.code()));
     }
 }
 

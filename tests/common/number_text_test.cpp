@@ -60,9 +60,9 @@ TEST(NumberText, agrees_with_the_c_library_on_numbers_of_all_sizes)
         ASSERT_EQ(scientific(value, digits), expected);
         std::snprintf(expected, sizeof expected, "%.*g", digits, value);
         ASSERT_EQ(general(value, digits), expected);
-        const double near = static_cast<double>(static_cast<std::int32_t>(random())) / 1024; // many of them halfway between two texts
-        std::snprintf(expected, sizeof expected, "%.*f", digits, near);
-        ASSERT_EQ(fixed(near, digits), expected);
+        const double close = static_cast<double>(static_cast<std::int32_t>(random())) / 1024; // many of them halfway between two texts
+        std::snprintf(expected, sizeof expected, "%.*f", digits, close);
+        ASSERT_EQ(fixed(close, digits), expected);
     }
 }
 
