@@ -38,9 +38,21 @@ unsigned long processNumber()
     return GetCurrentProcessId();
 }
 
-[[noreturn]] void failWith(const char* what, const fs::path& from, const fs::path& to)
+[[noreturn]] void failWith(const char* what, DWORD error, const fs::path& from, const fs::path& to)
 {
-    throw fs::filesystem_error(what, from, to, std::error_code(static_cast<int>(GetLastError()), std::system_category()));
+    throw fs::filesystem_error(what, from, to, std::error_code(static_cast<int>(error), std::system_category()));
+}
+
+constexpr DWORD shareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE; // who looks at the file meanwhile is no obstacle
+
+/// Whether somebody has the file open in such a way that it can be neither replaced nor removed. (Replacing it is "denied" then, as without the right to.)
+bool isHeld(const fs::path& file)
+{
+    const HANDLE handle = CreateFileW(file.c_str(), DELETE, shareAll, nullptr, OPEN_EXISTING, 0, nullptr);
+    if (handle == INVALID_HANDLE_VALUE)
+        return GetLastError() == ERROR_SHARING_VIOLATION;
+    CloseHandle(handle);
+    return false;
 }
 
 bool runs(std::uint64_t process)
@@ -53,32 +65,36 @@ bool runs(std::uint64_t process)
     return !isEnded;
 }
 
-void flushToDisk(const fs::path& file)
+/// Does a step that returns an error of Windows until it is done, for a second at most: virus scanners and indexers open new files for a moment without
+/// letting others in. Returns the error of the last attempt.
+template <class Step>
+DWORD tryForAWhile(const Step& step)
 {
-    constexpr DWORD shareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE; // who looks at the file meanwhile is no obstacle
-    const HANDLE handle = CreateFileW(file.c_str(), GENERIC_WRITE, shareAll, nullptr, OPEN_EXISTING, 0, nullptr);
-    if (handle == INVALID_HANDLE_VALUE)
-        failWith("cannot flush", file, {});
-    const DWORD failed = FlushFileBuffers(handle) ? 0 : GetLastError();
-    CloseHandle(handle);
-    SetLastError(failed);
-    if (failed != 0)
-        failWith("cannot flush", file, {});
-}
-
-void moveOnto(const fs::path& finished, const fs::path& target)
-{
-    // Virus scanners and indexers open new files for a moment without letting others in. A reader that stays is reported.
     constexpr int tries = 20;
     constexpr DWORD wait = 50; // ms
-    for (int attempt = 1; !MoveFileExW(finished.c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH); ++attempt)
+    for (int attempt = 1;; ++attempt)
     {
-        const DWORD reason = GetLastError();
-        const bool isHeld = reason == ERROR_SHARING_VIOLATION || reason == ERROR_LOCK_VIOLATION || reason == ERROR_ACCESS_DENIED;
-        if (!isHeld || attempt == tries)
-            failWith("cannot replace", finished, target);
+        const DWORD error = step();
+        const bool mayPass = error == ERROR_SHARING_VIOLATION || error == ERROR_LOCK_VIOLATION || error == ERROR_ACCESS_DENIED;
+        if (!mayPass || attempt == tries)
+            return error;
         Sleep(wait);
     }
+}
+
+void flushToDisk(const fs::path& file)
+{
+    const auto flush = [&]() -> DWORD
+    {
+        const HANDLE handle = CreateFileW(file.c_str(), GENERIC_WRITE, shareAll, nullptr, OPEN_EXISTING, 0, nullptr);
+        if (handle == INVALID_HANDLE_VALUE)
+            return GetLastError();
+        const DWORD error = FlushFileBuffers(handle) ? ERROR_SUCCESS : GetLastError();
+        CloseHandle(handle);
+        return error;
+    };
+    if (const DWORD error = tryForAWhile(flush); error != ERROR_SUCCESS)
+        failWith("cannot flush", error, file, {});
 }
 
 #else
@@ -103,20 +119,6 @@ void flushToDisk(const fs::path& file)
     // Folders of some file systems cannot be flushed; that is no failure of ours.
     if (failed != 0 && failed != EINVAL)
         throw fs::filesystem_error("cannot flush", file, std::error_code(failed, std::generic_category()));
-}
-
-void moveOnto(const fs::path& finished, const fs::path& target)
-{
-    fs::rename(finished, target);
-    const fs::path folder = target.has_parent_path() ? target.parent_path() : fs::path(".");
-    // The new name is in place; whether it survives a power cut is all that this decides, so its failure is not ours to report.
-    try
-    {
-        flushToDisk(folder);
-    }
-    catch (const fs::filesystem_error&)
-    {
-    }
 }
 
 #endif
@@ -153,6 +155,34 @@ fs::path temporaryNameBeside(const fs::path& target)
             return name;
     }
 }
+
+#ifdef _WIN32
+
+void moveOnto(const fs::path& from, const fs::path& to)
+{
+    const auto move = [&]() -> DWORD
+    { return MoveFileExW(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) ? ERROR_SUCCESS : GetLastError(); };
+    if (const DWORD error = tryForAWhile(move); error != ERROR_SUCCESS)
+        failWith("cannot replace", isHeld(to) ? ERROR_SHARING_VIOLATION : error, from, to);
+}
+
+#else
+
+void moveOnto(const fs::path& from, const fs::path& to)
+{
+    fs::rename(from, to);
+    const fs::path folder = to.has_parent_path() ? to.parent_path() : fs::path(".");
+    // The new name is in place; whether it survives a power cut is all that this decides, so its failure is not ours to report.
+    try
+    {
+        flushToDisk(folder);
+    }
+    catch (const fs::filesystem_error&)
+    {
+    }
+}
+
+#endif
 
 void replaceFile(const fs::path& finished, const fs::path& target)
 {

@@ -10,8 +10,12 @@ namespace tav3d::opensuite
 /// Name for a file to be built beside `target`: same folder, unique for this process and call, and not taken at the time of the call.
 [[nodiscard]] std::filesystem::path temporaryNameBeside(const std::filesystem::path& target);
 
+/// Gives the file `from` the name `to` in one step; what had that name is gone. On Windows it is tried for a second while another program holds one of
+/// them. Throws std::filesystem::filesystem_error; both files are then as they were.
+void moveOnto(const std::filesystem::path& from, const std::filesystem::path& to);
+
 /// Flushes the file `finished` to the disk and gives it the name `target` in one step: whoever opens `target` sees the old file or the new one,
-/// complete. Throws std::filesystem::filesystem_error; both files are then as they were.
+/// complete. On Windows each of the two steps is tried for a second. Throws std::filesystem::filesystem_error; both files are then as they were.
 void replaceFile(const std::filesystem::path& finished, const std::filesystem::path& target);
 
 /// Removes what ended processes left beside `target` while they were building it: files with names of temporaryNameBeside() whose process does not

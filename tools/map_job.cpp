@@ -352,9 +352,11 @@ void ModelMapper::mapFile(const MapObserver& observe, MapOutcome& outcome)
     }
     if (isVoxelResult(task.source) || !isVoxelResult(vox))
         return; // the driver has not moved it
-    std::error_code notMoved;
-    fs::rename(vox, task.source, notMoved);
-    if (notMoved)
+    try
+    {
+        opensuite::moveOnto(vox, task.source);
+    }
+    catch (const fs::filesystem_error&)
     {
         outcome.voxelFile = vox;
         outcome.failure += "; the voxel file could not be moved back and stands at " + nameOf(vox);

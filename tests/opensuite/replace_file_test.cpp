@@ -1,5 +1,6 @@
 #include "opensuite/replace_file.h"
 
+#include "common/error_text.h"
 #include "support/scratch_folder.h"
 
 #include <gtest/gtest.h>
@@ -98,6 +99,53 @@ TEST(ReplaceFile, target_that_is_held_for_a_while_is_replaced_when_it_is_let_go)
     letsGo.join();
     EXPECT_EQ(readBytes(folder.file("part.q7f")), "new");
     EXPECT_EQ(folder.entries(), 1);
+}
+
+TEST(ReplaceFile, finished_file_that_is_held_for_a_while_takes_the_place_when_it_is_let_go)
+{
+    const ScratchFolder folder;
+    writeBytes(folder.file("part.q7f"), "old");
+    writeBytes(folder.file("finished"), "new");
+    HeldFile held(folder.file("finished")); // as a scanner holds a file that has just been closed
+    std::thread letsGo(
+        [&]
+        {
+            Sleep(120);
+            held.release();
+        });
+    EXPECT_NO_THROW(replaceFile(folder.file("finished"), folder.file("part.q7f")));
+    letsGo.join();
+    EXPECT_EQ(readBytes(folder.file("part.q7f")), "new");
+    EXPECT_EQ(folder.entries(), 1);
+}
+
+/// What replaceFile() tells as its reason.
+std::string failureOfReplacing(const std::string& finished, const std::string& target)
+{
+    try
+    {
+        replaceFile(finished, target);
+        return "";
+    }
+    catch (const std::filesystem::filesystem_error& error)
+    {
+        return tav3d::common::errorText(error.code());
+    }
+}
+
+TEST(ReplaceFile, files_that_stay_held_are_told_from_those_that_may_not_be_written)
+{
+    const ScratchFolder folder;
+    writeBytes(folder.file("part.q7f"), "old");
+    writeBytes(folder.file("finished"), "new");
+    for (const char* name : {"part.q7f", "finished"})
+    {
+        const HeldFile held(folder.file(name));
+        EXPECT_EQ(failureOfReplacing(folder.file("finished"), folder.file("part.q7f")), "another program has the file open") << name;
+    }
+    std::filesystem::create_directory(folder.file("runs"));
+    EXPECT_EQ(failureOfReplacing(folder.file("finished"), folder.file("runs")), "Permission denied");
+    EXPECT_EQ(failureOfReplacing(folder.file("missing"), folder.file("part.q7f")), "No such file or directory");
 }
 
 TEST(ReplaceFile, target_that_stays_held_is_an_error_and_both_files_stay)
