@@ -242,7 +242,7 @@ private:
         output_ = std::make_unique<CgnsOutput>(temporary_);
         if (output_->failed())
             throw FileError(FileFailure::CannotWrite, target_, "",
-                            "a file cannot be created in its folder" + common::ifTooLong(temporary_));
+                            "a file cannot be created in its folder" + common::ifTooLong(targetPath_));
         output_->attachTo(access.get());
         file_ = File(H5Fcreate(common::nameOf(temporary_).c_str(), H5F_ACC_TRUNC, creation.get(), access.get()));
         if (!file_)

@@ -2,6 +2,7 @@
 
 #include "common/file_names.h"
 
+#include <algorithm>
 #include <atomic>
 #include <charconv>
 #include <cstdint>
@@ -36,6 +37,13 @@ namespace
 unsigned long processNumber()
 {
     return GetCurrentProcessId();
+}
+
+fs::path systemNameOfComputer()
+{
+    wchar_t name[MAX_COMPUTERNAME_LENGTH + 1] = {};
+    DWORD size = MAX_COMPUTERNAME_LENGTH + 1;
+    return GetComputerNameW(name, &size) ? name : L"";
 }
 
 [[noreturn]] void failWith(const char* what, DWORD error, const fs::path& from, const fs::path& to)
@@ -104,6 +112,12 @@ long processNumber()
     return static_cast<long>(getpid());
 }
 
+fs::path systemNameOfComputer()
+{
+    char name[256] = {};
+    return gethostname(name, sizeof name - 1) == 0 ? name : "";
+}
+
 bool runs(std::uint64_t process)
 {
     return kill(static_cast<pid_t>(process), 0) == 0 || errno != ESRCH;
@@ -125,12 +139,30 @@ void flushToDisk(const fs::path& file)
 
 constexpr std::string_view mark = ".tmp-";
 
-/// The process whose temporary file for a target named `target` is named `name`, "part.q7f.tmp-4711-0"; 0 when it is no such name.
+/// The name of this computer in letters and digits that all file systems take. Folders may be shared, and a process is known to its own computer only.
+const std::string& computer()
+{
+    static const std::string name = []
+    {
+        std::string text = common::nameOf(systemNameOfComputer());
+        for (char& c : text)
+            c = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ? c : '_';
+        return text;
+    }();
+    return name;
+}
+
+/// The process whose temporary file for a target named `target` is named `name`, "part.q7f.tmp-mill7-4711-0"; 0 when it is no such name, or one of
+/// another computer. What stands before the mark may be cut.
 std::uint64_t processOfTemporary(std::string_view name, std::string_view target)
 {
-    if (!name.starts_with(target) || !name.substr(target.size()).starts_with(mark))
+    const std::size_t at = name.rfind(mark);
+    if (at == std::string_view::npos || !target.starts_with(name.substr(0, at)))
         return 0;
-    name.remove_prefix(target.size() + mark.size());
+    name.remove_prefix(at + mark.size());
+    if (!name.starts_with(computer() + "-"))
+        return 0;
+    name.remove_prefix(computer().size() + 1);
     const char* const end = name.data() + name.size();
     std::uint32_t process = 0;
     const auto [dash, badProcess] = std::from_chars(name.data(), end, process);
@@ -141,15 +173,48 @@ std::uint64_t processOfTemporary(std::string_view name, std::string_view target)
     return badCounter == std::errc() && rest == end ? process : 0;
 }
 
+/// How many characters (bytes on Linux) the name of a file beside `target` may have, when `target` itself is not too long.
+std::size_t roomForNameBeside([[maybe_unused]] const fs::path& target)
+{
+    constexpr std::size_t longestName = 255;
+#ifdef _WIN32
+    constexpr std::size_t longestPath = MAX_PATH - 1;
+    std::error_code error;
+    const fs::path whole = fs::absolute(target, error);
+    const std::size_t length = error ? 0 : whole.native().size();
+    if (!whole.native().starts_with(LR"(\\?\)") && length <= longestPath)
+        return std::min(longestName, longestPath - (length - target.filename().native().size()));
+#endif
+    return longestName;
+}
+
+using Name = fs::path::string_type;
+
+/// `front` and `end` in at most `room` characters. What is too much is cut off where `front` ends, at the border of a letter, and then where `end` begins.
+Name joined(Name front, const Name& end, std::size_t room)
+{
+    if (end.size() >= room)
+        return end.substr(end.size() - room);
+    const auto isInsideLetter = [](auto c) { return sizeof(c) == 1 ? (c & 0xc0) == 0x80 : (c & 0xfc00) == 0xdc00; };
+    std::size_t kept = std::min(front.size(), room - end.size());
+    while (kept > 0 && kept < front.size() && isInsideLetter(front[kept]))
+        --kept;
+    return front.substr(0, kept) + end;
+}
+
 } // namespace
 
 fs::path temporaryNameBeside(const fs::path& target)
 {
     static std::atomic<unsigned> counter{0};
+    const Name& whole = target.native();
+    const Name file = target.filename().native();
+    const Name folder = whole.substr(0, whole.size() - file.size());
+    const std::size_t room = roomForNameBeside(target);
     for (;;)
     {
-        fs::path name = target;
-        name += std::string(mark) + std::to_string(processNumber()) + "-" + std::to_string(counter++);
+        const std::string end = std::string(mark) + computer() + "-" + std::to_string(processNumber()) + "-" + std::to_string(counter++);
+        const fs::path name = folder + joined(file, common::pathOf(end).native(), room);
         std::error_code ignored;
         if (!fs::exists(fs::symlink_status(name, ignored)))
             return name;

@@ -60,7 +60,7 @@ void writeTargetFile(const std::string& target, const std::function<void(std::os
         errno = 0;
         std::ofstream out(unfinished.path(), std::ios::binary);
         if (!out)
-            throw FileError(FileFailure::CannotWrite, target, "", cannotBeWritten(unfinished.path()));
+            throw FileError(FileFailure::CannotWrite, target, "", cannotBeWritten(path));
         write(out);
         out.close();
         if (!out)
@@ -85,7 +85,7 @@ void checkCanWrite(const std::string& target)
     const Unfinished trial(opensuite::temporaryNameBeside(path));
     errno = 0;
     if (!std::ofstream(trial.path()).is_open())
-        throw FileError(FileFailure::CannotWrite, target, "", cannotBeWritten(trial.path()));
+        throw FileError(FileFailure::CannotWrite, target, "", cannotBeWritten(path));
 }
 
 } // namespace tav3d::tools

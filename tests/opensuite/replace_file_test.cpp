@@ -50,6 +50,13 @@ const std::string own = std::to_string(getpid());
 #endif
 const std::string ended = "2147483647"; // beyond what systems count to
 
+/// The names of temporary files for this target as far as the process: "part.q7f.tmp-mill7-".
+std::string beginOfTemporaries(const std::string& target)
+{
+    const std::string name = temporaryNameBeside(target).string();
+    return name.substr(0, name.rfind(own + "-"));
+}
+
 std::set<std::string> namesIn(const ScratchFolder& folder)
 {
     std::set<std::string> names;
@@ -161,16 +168,70 @@ TEST(ReplaceFile, target_that_stays_held_is_an_error_and_both_files_stay)
 
 #endif
 
+#ifdef _WIN32
+
+TEST(ReplaceFile, target_of_the_longest_path_can_be_written)
+{
+    const ScratchFolder scratch;
+    for (const std::size_t length : {250, 259})
+        for (const std::size_t nameLength : {6, 11, 30, 120})
+        {
+            const std::size_t before = scratch.path().native().size() + 1;
+            const std::filesystem::path folder = scratch.path() / std::wstring(length - nameLength - 1 - before, L'x');
+            const std::filesystem::path target = folder / (std::wstring(nameLength - 4, L'\u00e4') + L".q7f");
+            ASSERT_EQ(target.native().size(), length);
+            std::filesystem::create_directory(folder);
+            const std::filesystem::path temporary = temporaryNameBeside(target);
+            EXPECT_EQ(temporary.parent_path(), folder);
+            EXPECT_LE(temporary.native().size(), 259U);
+            EXPECT_NE(temporaryNameBeside(target), temporary);
+            writeBytes(tav3d::common::nameOf(temporary), "new");
+            EXPECT_NO_THROW(replaceFile(temporary, target));
+            EXPECT_EQ(readBytes(tav3d::common::nameOf(target)), "new");
+        }
+}
+
+#else
+
+TEST(ReplaceFile, target_of_the_longest_name_can_be_written)
+{
+    const ScratchFolder folder;
+    for (const std::size_t length : {238, 250, 255})
+    {
+        std::string name(length % 2, 'x');
+        while (name.size() < length)
+            name += "ä";
+        const std::string temporary = temporaryNameBeside(folder.file(name)).filename().string();
+        const std::string front = temporary.substr(0, temporary.rfind(".tmp-"));
+        EXPECT_LE(temporary.size(), 255U);
+        EXPECT_TRUE(name.starts_with(front));
+        EXPECT_EQ(front.size() % 2, length % 2) << "a letter is cut in two";
+        writeBytes(folder.file(temporary), "new");
+        EXPECT_NO_THROW(replaceFile(folder.file(temporary), folder.file(name)));
+        EXPECT_EQ(readBytes(folder.file(name)), "new");
+
+        // What is left of such a one is found.
+        writeBytes(folder.file(front.substr(0, 100) + temporary.substr(front.size(), temporary.rfind(own) - front.size()) + ended + "-0"),
+                   "left over");
+        EXPECT_EQ(removeAbandonedTemporaries(folder.file(name)), 1);
+    }
+}
+
+#endif
+
 TEST(AbandonedTemporaries, those_of_ended_processes_go_and_all_others_stay)
 {
     const ScratchFolder folder;
-    const std::string base = "part.q7f.tmp-";
+    const std::string base = beginOfTemporaries("part.q7f");
     const std::set<std::string> goes{base + ended + "-0", base + ended + "-12"};
     const std::set<std::string> stays{"part.q7f",
                                       base + running + "-0",
                                       base + own + "-0",
-                                      "part_vox.q7f.tmp-" + ended + "-0",
-                                      "xpart.q7f.tmp-" + ended + "-0",
+                                      beginOfTemporaries("part_vox.q7f") + ended + "-0",
+                                      beginOfTemporaries("xpart.q7f") + ended + "-0",
+                                      "part.q7f.tmp-" + ended + "-0",           // of nobody's computer
+                                      "part.q7f.tmp-elsewhere-" + ended + "-0", // of another one
+                                      base + "2-" + ended + "-0",
                                       base + ended,
                                       base + ended + "-",
                                       base + ended + "-1x",
@@ -191,12 +252,12 @@ TEST(AbandonedTemporaries, folders_and_links_are_not_touched)
 {
     const ScratchFolder folder;
     writeBytes(folder.file("precious"), "content");
-    std::filesystem::create_directory(folder.file("part.q7f.tmp-" + ended + "-0"));
+    std::filesystem::create_directory(folder.file(beginOfTemporaries("part.q7f") + ended + "-0"));
 #ifdef _WIN32
     const int links = 0; // ordinary users may make none there
 #else
     const int links = 1;
-    std::filesystem::create_symlink(folder.file("precious"), folder.file("part.q7f.tmp-" + ended + "-1"));
+    std::filesystem::create_symlink(folder.file("precious"), folder.file(beginOfTemporaries("part.q7f") + ended + "-1"));
 #endif
     EXPECT_EQ(removeAbandonedTemporaries(folder.file("part.q7f")), 0);
     EXPECT_EQ(folder.entries(), 2 + links);

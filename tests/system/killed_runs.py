@@ -5,8 +5,10 @@ usage: killed_runs.py TAV3D [unittest arguments]
 """
 
 import random
+import re
 import shutil
 import signal
+import socket
 import subprocess
 import time
 
@@ -171,9 +173,10 @@ class KilledRuns(Scene):
         ended.wait()
         sleeper = subprocess.Popen(["sleep", "100"])
         try:
-            stays = [f"part.q7f.tmp-{sleeper.pid}-0", f"other.q7f.tmp-{ended.pid}-0", f"part.q7f.tmp-{ended.pid}", "part.q7f.tmp-x-0",
-                     f"part.q7f.tmp-{ended.pid}-0.bak"]
-            goes = [f"part.q7f.tmp-{ended.pid}-0", f"part.q7f.tmp-{ended.pid}-17"]
+            here = "tmp-" + re.sub("[^A-Za-z0-9]", "_", socket.gethostname())
+            stays = [f"part.q7f.{here}-{sleeper.pid}-0", f"other.q7f.{here}-{ended.pid}-0", f"part.q7f.{here}-{ended.pid}", f"part.q7f.{here}-x-0",
+                     f"part.q7f.{here}-{ended.pid}-0.bak", f"part.q7f.{here}elsewhere-{ended.pid}-0", f"part.q7f.tmp-{ended.pid}-0"]
+            goes = [f"part.q7f.{here}-{ended.pid}-0", f"part.q7f.{here}-{ended.pid}-17"]
             for name in stays + goes:
                 (self.work / name).write_bytes(b"left over")
             done("map", self.mesh, self.file)
