@@ -5,6 +5,9 @@
 #include "write_back.h"
 
 #include <hdf5.h>
+#if H5_VERSION_GE(1, 13, 0)
+#include <H5FDdevelop.h> // what drivers are made of, from then on
+#endif
 
 #include <filesystem>
 #include <fstream>
