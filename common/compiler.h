@@ -1,6 +1,9 @@
 #pragma once
 
-// What differs between compilers, in one place.
+// What differs between compilers, in one place. The exceptions: common/processor.cpp, which asks the processor what it can, and the exported headers in
+// include/, which stand by themselves. tests/house/own_compiler_words.py looks after it.
+//
+// Microsoft's compiler is asked for first: clang in its place (scripts/check_msvc_syntax.sh) is a GNU compiler too.
 
 /// Defined where the processor is an x86-64 one: there is SSE2, and AVX2 can be asked for.
 #if defined(__x86_64__) || (defined(_M_X64) && !defined(_M_ARM64EC))
@@ -8,7 +11,7 @@
 #endif
 
 /// Keeps what has just been read in a register, where the compiler would rather read it again for every use.
-#if defined(__GNUC__) && defined(TAV3D_X86_64)
+#if defined(__GNUC__) && !defined(_MSC_VER) && defined(TAV3D_X86_64)
 #define TAV3D_KEEP_IN_REGISTER(value) __asm__("" : "+x"(value))
 #else
 #define TAV3D_KEEP_IN_REGISTER(value) static_cast<void>(0)
@@ -32,10 +35,10 @@ namespace tav3d::common
 /// instruction set must not lend its copy to others.
 static inline void prefetch([[maybe_unused]] const void* address) noexcept
 {
-#if defined(__GNUC__)
-    __builtin_prefetch(address);
-#elif defined(TAV3D_X86_64)
+#if defined(_MSC_VER) && defined(TAV3D_X86_64)
     _mm_prefetch(static_cast<const char*>(address), _MM_HINT_T0);
+#elif defined(__GNUC__)
+    __builtin_prefetch(address);
 #endif
 }
 
