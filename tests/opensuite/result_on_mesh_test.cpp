@@ -215,7 +215,6 @@ TEST(ResultOnMesh, part_nodes_are_counted_anew_on_the_other_mesh)
     }
 }
 
-#ifndef _WIN32
 TEST(ResultOnMesh, a_mesh_file_that_is_remembered_is_read_again_when_it_has_changed)
 {
     const auto partNodesOf = [](const tav3d::opensuite::MeshModel& model)
@@ -280,7 +279,6 @@ TEST(FileState, is_told_of_a_file_that_has_stood_for_two_seconds_and_differs_aft
     ASSERT_TRUE(settledStateOf(file));
     EXPECT_NE(settledStateOf(file), state);
 }
-#endif
 
 TEST(ResultOnMesh, mesh_file_is_no_result_and_result_is_no_mesh)
 {
