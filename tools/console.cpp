@@ -7,6 +7,12 @@
 
 #ifdef _WIN32
 #include <io.h>
+
+#define WIN32_LEAN_AND_MEAN
+#ifndef NOMINMAX
+#define NOMINMAX
+#endif
+#include <windows.h>
 #else
 #include <unistd.h>
 #endif
@@ -32,9 +38,12 @@ void closeDescriptor(int descriptor)
 {
     _close(descriptor);
 }
+/// A console that follows escape sequences; consoles of Windows are told to, and older ones do not know them. NUL is no console, though _isatty says so.
 bool isTerminal(int descriptor)
 {
-    return _isatty(descriptor) != 0;
+    const auto console = reinterpret_cast<HANDLE>(_get_osfhandle(descriptor));
+    DWORD mode = 0;
+    return GetConsoleMode(console, &mode) && SetConsoleMode(console, mode | ENABLE_PROCESSED_OUTPUT | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
 }
 #else
 constexpr int standardOutput = STDOUT_FILENO;

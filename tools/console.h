@@ -21,7 +21,7 @@ private:
     int saved_; // descriptor of the real standard output; negative when there is none
 };
 
-/// Whether standard error is a terminal.
+/// Whether standard error is a terminal that follows escape sequences. A console of Windows is made to.
 [[nodiscard]] bool standardErrorIsTerminal();
 
 /// A bar on standard error that is redrawn in place. Nothing is drawn when standard error is no terminal; colour is left out when the

@@ -14,17 +14,30 @@
 namespace
 {
 
-/// Text on the console is UTF-8 while the program runs, as it is in files and pipes.
+/// Text on the console is UTF-8 while the program runs, as it is in files and pipes. Afterwards the console is as it was, also where the progress bar has
+/// had it follow escape sequences.
 class ConsoleInUtf8
 {
 public:
-    ConsoleInUtf8() { SetConsoleOutputCP(CP_UTF8); }
-    ~ConsoleInUtf8() { SetConsoleOutputCP(before_); }
+    ConsoleInUtf8()
+    {
+        hasMode_ = GetConsoleMode(errors_, &modeBefore_) != 0;
+        SetConsoleOutputCP(CP_UTF8);
+    }
+    ~ConsoleInUtf8()
+    {
+        SetConsoleOutputCP(pageBefore_);
+        if (hasMode_)
+            SetConsoleMode(errors_, modeBefore_);
+    }
     ConsoleInUtf8(const ConsoleInUtf8&) = delete;
     ConsoleInUtf8& operator=(const ConsoleInUtf8&) = delete;
 
 private:
-    UINT before_ = GetConsoleOutputCP();
+    HANDLE errors_ = GetStdHandle(STD_ERROR_HANDLE);
+    UINT pageBefore_ = GetConsoleOutputCP();
+    DWORD modeBefore_ = 0;
+    bool hasMode_ = false;
 };
 
 /// The arguments in UTF-8. Those of main() are in the code page of the system, which has not the characters of all file names.
