@@ -1,5 +1,6 @@
 #include "file_names.h"
 
+#include <algorithm>
 #include <cstdio>
 
 #ifdef _WIN32
@@ -74,6 +75,21 @@ std::wstring folded(const std::wstring& text)
     const int size = static_cast<int>(text.size());
     LCMapStringEx(LOCALE_NAME_INVARIANT, LCMAP_UPPERCASE, text.data(), size, capitals.data(), size, nullptr, nullptr, 0);
     return capitals;
+}
+
+/// Names that lead to a device in every folder, whatever stands behind a dot.
+bool isDeviceName(const fs::path& path)
+{
+    if (path.native().starts_with(LR"(\\?\)"))
+        return false; // is taken as it stands
+    std::wstring name = folded(path.filename().native());
+    name.resize(std::min(name.find(L'.'), name.size()));
+    name.resize(name.find_last_not_of(L' ') + 1);
+    for (const wchar_t* const device : {L"CON", L"PRN", L"AUX", L"NUL", L"CONIN$", L"CONOUT$"})
+        if (name == device)
+            return true;
+    return name.size() == 4 && (name.starts_with(L"COM") || name.starts_with(L"LPT")) &&
+           std::wstring_view(L"0123456789\u00b9\u00b2\u00b3").find(name[3]) != std::wstring_view::npos;
 }
 
 } // namespace
@@ -195,5 +211,17 @@ std::string ifTooLong(const fs::path&)
 }
 
 #endif
+
+std::string whyNoTarget(const fs::path& path)
+{
+    std::error_code ignored;
+    if (fs::is_directory(path, ignored))
+        return "is a folder";
+#ifdef _WIN32
+    if (isDeviceName(path))
+        return "is the name of a device";
+#endif
+    return {};
+}
 
 } // namespace tav3d::common

@@ -36,6 +36,9 @@ namespace tav3d::common
 int removeFile(const char* name);
 int renameFile(const char* oldName, const char* newName);
 
+/// Why nothing can be written under this name: "is a folder" or, on Windows, "is the name of a device" ("NUL", "con.q7f"); else nothing.
+[[nodiscard]] std::string whyNoTarget(const std::filesystem::path& path);
+
 /// What to add to the message of a failure on a file: "; its path has 300 characters, and ..." where its length is the likely cause, else nothing.
 /// Windows takes 259 characters unless the system and the program agree on longer paths.
 [[nodiscard]] std::string ifTooLong(const std::filesystem::path& path);

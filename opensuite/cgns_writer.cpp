@@ -64,11 +64,10 @@ public:
         , targetPath_(common::pathOf(target))
     {
         const Quiet quiet;
-        std::error_code ignored;
         if (target.empty())
             throw FileError(FileFailure::CannotWrite, target, "", "no file name");
-        if (std::filesystem::is_directory(targetPath_, ignored))
-            throw FileError(FileFailure::CannotWrite, target, "", "is a folder");
+        if (const std::string reason = common::whyNoTarget(targetPath_); !reason.empty())
+            throw FileError(FileFailure::CannotWrite, target, "", reason);
         temporary_ = temporaryNameBeside(targetPath_);
         try
         {

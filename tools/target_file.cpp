@@ -52,9 +52,8 @@ std::string cannotBeWritten(const fs::path& file)
 void writeTargetFile(const std::string& target, const std::function<void(std::ostream&)>& write)
 {
     const fs::path path = common::pathOf(target);
-    std::error_code ignored;
-    if (fs::is_directory(path, ignored))
-        throw FileError(FileFailure::CannotWrite, target, "", "is a folder");
+    if (const std::string reason = common::whyNoTarget(path); !reason.empty())
+        throw FileError(FileFailure::CannotWrite, target, "", reason);
     const Unfinished unfinished(opensuite::temporaryNameBeside(path));
     {
         errno = 0;
@@ -79,9 +78,8 @@ void writeTargetFile(const std::string& target, const std::function<void(std::os
 void checkCanWrite(const std::string& target)
 {
     const fs::path path = common::pathOf(target);
-    std::error_code ignored;
-    if (fs::is_directory(path, ignored))
-        throw FileError(FileFailure::CannotWrite, target, "", "is a folder");
+    if (const std::string reason = common::whyNoTarget(path); !reason.empty())
+        throw FileError(FileFailure::CannotWrite, target, "", reason);
     const Unfinished trial(opensuite::temporaryNameBeside(path));
     errno = 0;
     if (!std::ofstream(trial.path()).is_open())

@@ -20,7 +20,8 @@ using namespace tav3d::test;
 
 TEST(FileNames, come_back_as_they_were)
 {
-    for (const char* name : {"", "part.krn", "model/part.krn", "Gehäuse ñ/Läufe 部品 (α) 😀.q7f", "C:/a b/c.q7f", "../x"})
+    for (const char* name : {"", "part.krn", "model/part.krn", "Gehäuse ñ/Läufe 部品 (α) 😀.q7f", "C:/a b/c.q7f", "../x",
+                             "\\\\server\\share\\a.q7f", "//server/share/a.q7f"})
         EXPECT_EQ(nameOf(pathOf(name)), name);
 }
 
@@ -36,6 +37,10 @@ TEST(FileNames, in_a_folder_have_the_separator_of_the_folder)
     EXPECT_EQ(genericNameOf(pathOf("C:\\Läufe\\a.q7f")), "C:/Läufe/a.q7f");
     EXPECT_EQ(genericNameOf(pathOf("\\\\?\\C:\\Läufe\\a.q7f")), "\\\\?\\C:\\Läufe\\a.q7f");
     EXPECT_EQ(nameOf(inFolder(pathOf("C:"), pathOf("a.q7f"))), "C:a.q7f");
+    EXPECT_EQ(nameOf(inFolder(pathOf("\\\\server\\share"), pathOf("a.q7f"))), "\\\\server\\share\\a.q7f");
+    EXPECT_EQ(nameOf(inFolder(pathOf("//server/share"), pathOf("a.q7f"))), "//server/share/a.q7f");
+    EXPECT_EQ(nameOf(inFolder(pathOf("\\\\?\\C:\\runs"), pathOf("a.q7f"))), "\\\\?\\C:\\runs\\a.q7f");
+    EXPECT_EQ(genericNameOf(pathOf("\\\\server\\share\\ä.q7f")), "//server/share/ä.q7f");
 #endif
 }
 
@@ -47,6 +52,10 @@ TEST(FileNames, seen_from_a_folder_have_its_separators_and_no_dots)
 #ifdef _WIN32
     EXPECT_EQ(normalNameInFolder(pathOf("C:\\runs\\mapped"), pathOf("../../model/a.krn")), "C:\\model\\a.krn");
     EXPECT_EQ(normalNameInFolder(pathOf("C:/runs/mapped"), pathOf("../../model/a.krn")), "C:/model/a.krn");
+    EXPECT_EQ(normalNameInFolder(pathOf("\\\\server\\share\\runs"), pathOf("../model/a.krn")), "\\\\server\\share\\model\\a.krn");
+    EXPECT_EQ(normalNameInFolder(pathOf("//server/share/runs"), pathOf("../model/a.krn")), "//server/share/model/a.krn");
+    EXPECT_EQ(normalNameInFolder(pathOf("\\\\?\\C:\\runs"), pathOf("../model/a.krn")), "\\\\?\\C:\\model\\a.krn");
+    EXPECT_EQ(normalNameInFolder(pathOf("C:/runs"), pathOf("//server/share/a.krn")), "//server/share/a.krn");
 #endif
 }
 
@@ -91,6 +100,14 @@ TEST(FileNames, name_the_same_file_for_removal_and_renaming)
 }
 
 #ifdef _WIN32
+
+TEST(FileNames, of_devices_are_no_targets)
+{
+    for (const char* name : {"NUL", "nul.q7f", "C:\\runs\\Con.tar.q7f", "aux .q7f", "COM1", "runs/lpt9.q7f", "com\u00b2.q7f", "CONOUT$"})
+        EXPECT_EQ(whyNoTarget(pathOf(name)), "is the name of a device") << name;
+    for (const char* name : {"nul-1.q7f", "contact.q7f", "com.q7f", "com10.q7f", "part.nul", "aux/part.q7f"})
+        EXPECT_EQ(whyNoTarget(pathOf(name)), "") << name;
+}
 
 TEST(FileNames, that_are_no_utf8_are_in_the_code_page_of_the_system)
 {
