@@ -40,12 +40,16 @@ std::string narrowed(std::wstring_view text)
     return narrow;
 }
 
-/// The path in full; dots and blanks at its end are gone, as they are when a file is opened.
-std::wstring wholePath(const fs::path& path)
+/// What a full path begins with: "C:" or "\\server\share", from where ".." leads no further up. (The standard library of mingw-w64 knows drives only, and
+/// takes shares for folders of the current drive.)
+std::wstring rootOf(const fs::path& path)
 {
-    std::wstring whole(GetFullPathNameW(path.c_str(), 0, nullptr, nullptr), L'\0');
-    whole.resize(GetFullPathNameW(path.c_str(), static_cast<DWORD>(whole.size()), whole.data(), nullptr));
-    return whole;
+    constexpr const wchar_t* separators = LR"(\/)";
+    const std::wstring& text = path.native();
+    if (text.find_first_of(separators) != 0 || text.find_first_of(separators, 1) != 1)
+        return path.root_name().native();
+    const std::size_t server = text.find_first_of(separators, 2);
+    return server == std::wstring::npos ? text : text.substr(0, text.find_first_of(separators, server + 1));
 }
 
 /// The name under which the system keeps the file or folder; empty when there is none, or when its file system does not tell.
@@ -111,9 +115,10 @@ std::string nameOf(const fs::path& path)
 
 std::string genericNameOf(const fs::path& path)
 {
-    if (path.native().starts_with(LR"(\\?\)"))
-        return nameOf(path);
-    return path.empty() ? std::string() : narrowed(path.generic_wstring());
+    std::wstring text = path.native();
+    if (!text.starts_with(LR"(\\?\)"))
+        std::replace(text.begin(), text.end(), L'\\', L'/');
+    return nameOf(text);
 }
 
 fs::path inFolder(const fs::path& folder, const fs::path& name)
@@ -126,17 +131,36 @@ fs::path inFolder(const fs::path& folder, const fs::path& name)
 
 std::string normalNameInFolder(const fs::path& folder, const fs::path& name)
 {
-    const fs::path normal = (folder / name).lexically_normal(); // has backslashes throughout
+    const fs::path joined = rootOf(name).empty() ? folder / name : name;
+    const std::wstring root = rootOf(joined);
+    const fs::path normal = root + fs::path(joined.native().substr(root.size())).lexically_normal().native(); // has backslashes throughout
     return folder.native().find(L'\\') != std::wstring::npos ? nameOf(normal) : genericNameOf(normal);
+}
+
+fs::path fullPath(const fs::path& path)
+{
+    std::wstring full(GetFullPathNameW(path.c_str(), 0, nullptr, nullptr), L'\0');
+    full.resize(GetFullPathNameW(path.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr));
+    return {full};
 }
 
 fs::path identityOf(const fs::path& path)
 {
     if (const std::wstring kept = keptName(path); !kept.empty())
         return {kept};
-    const fs::path whole = wholePath(path);
+    const fs::path whole = fullPath(path);
     const std::wstring folder = keptName(whole.parent_path());
     return folder.empty() ? fs::path(folded(whole.native())) : fs::path(folder) / folded(whole.filename().native());
+}
+
+std::string relativeName(const fs::path& file, const fs::path& folder)
+{
+    const std::wstring whole = fullPath(file).native();
+    const std::wstring from = fullPath(folder.empty() ? fs::path(L".") : folder).native();
+    const std::size_t root = rootOf(whole).size();
+    if (folded(rootOf(whole)) != folded(rootOf(from)))
+        return genericNameOf(whole);
+    return genericNameOf(fs::path(whole.substr(root)).lexically_relative(from.substr(root)));
 }
 
 int removeFile(const char* name)
@@ -151,9 +175,7 @@ int renameFile(const char* oldName, const char* newName)
 
 std::string ifTooLong(const fs::path& path)
 {
-    std::error_code error;
-    const fs::path whole = fs::absolute(path, error);
-    const std::size_t length = (error ? path : whole).native().size();
+    const std::size_t length = fullPath(path).native().size();
     if (length < MAX_PATH)
         return {};
     return "; its path has " + std::to_string(length) + " characters, and Windows takes " + std::to_string(MAX_PATH - 1) +
@@ -187,12 +209,27 @@ std::string normalNameInFolder(const fs::path& folder, const fs::path& name)
     return (folder / name).lexically_normal().string();
 }
 
+fs::path fullPath(const fs::path& path)
+{
+    std::error_code error;
+    const fs::path full = fs::absolute(path, error);
+    return error ? path : full;
+}
+
 fs::path identityOf(const fs::path& path)
 {
     std::error_code error;
-    const fs::path whole = fs::absolute(path, error);
+    const fs::path whole = fullPath(path);
     fs::path canonical = fs::weakly_canonical(whole, error);
     return error ? whole.lexically_normal() : canonical;
+}
+
+std::string relativeName(const fs::path& file, const fs::path& folder)
+{
+    std::error_code error;
+    const fs::path whole = fs::weakly_canonical(fullPath(file), error);
+    const fs::path from = error ? fs::path() : fs::weakly_canonical(fullPath(folder.empty() ? fs::path(".") : folder), error);
+    return error ? nameOf(fullPath(file)) : nameOf(whole.lexically_relative(from));
 }
 
 int removeFile(const char* name)

@@ -28,6 +28,13 @@ namespace tav3d::common
 /// and '/' where it has none.
 [[nodiscard]] std::string normalNameInFolder(const std::filesystem::path& folder, const std::filesystem::path& name);
 
+/// The path from the root on. On Windows without ".", "..", and dots and blanks at the end, as the system opens it.
+[[nodiscard]] std::filesystem::path fullPath(const std::filesystem::path& path);
+
+/// The name by which the file `file` is found from `folder`, with '/', relative; in full where no relative name leads there: from one drive or share of
+/// Windows to another.
+[[nodiscard]] std::string relativeName(const std::filesystem::path& file, const std::filesystem::path& folder);
+
 /// One path for each file: names that lead to the same file have the same, also where there is no file yet. Links are resolved; on Windows it does not
 /// depend on upper and lower case, short names ("PART~1.Q7F"), dots and blanks at the end, and the letter of a mapped drive.
 [[nodiscard]] std::filesystem::path identityOf(const std::filesystem::path& path);

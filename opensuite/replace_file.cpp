@@ -179,10 +179,8 @@ std::size_t roomForNameBeside([[maybe_unused]] const fs::path& target)
     constexpr std::size_t longestName = 255;
 #ifdef _WIN32
     constexpr std::size_t longestPath = MAX_PATH - 1;
-    std::error_code error;
-    const fs::path whole = fs::absolute(target, error);
-    const std::size_t length = error ? 0 : whole.native().size();
-    if (!whole.native().starts_with(LR"(\\?\)") && length <= longestPath)
+    const std::size_t length = common::fullPath(target).native().size();
+    if (!target.native().starts_with(LR"(\\?\)") && length <= longestPath)
         return std::min(longestName, longestPath - (length - target.filename().native().size()));
 #endif
     return longestName;

@@ -129,14 +129,7 @@ std::int64_t countPartNodes(const std::string& path, bool onCutCellMesh)
 
 std::string meshPathToStore(const std::string& meshFile, const std::string& resultFile)
 {
-    std::error_code error;
-    const fs::path named = fs::absolute(pathOf(meshFile), error);
-    const fs::path mesh = fs::weakly_canonical(named, error);
-    const fs::path folder = error ? fs::path() : fs::weakly_canonical(fs::absolute(pathOf(resultFile)).parent_path(), error);
-    if (error)
-        return common::genericNameOf(named);
-    const fs::path relative = mesh.lexically_relative(folder); // none from one drive to another
-    return common::genericNameOf(relative.empty() ? mesh : relative);
+    return common::relativeName(pathOf(meshFile), pathOf(resultFile).parent_path());
 }
 
 std::string meshPathFromStored(const std::string& stored, const std::string& resultFile)

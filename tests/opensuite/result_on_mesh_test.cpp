@@ -94,7 +94,12 @@ TEST(ResultOnMesh, mesh_path_that_is_stored_leads_from_the_folder_of_the_result)
 #ifdef _WIN32
     EXPECT_EQ(meshPathToStore("D:\\model\\part.krn", "C:\\runs\\a.q7f"), "D:/model/part.krn");
     EXPECT_EQ(meshPathFromStored("D:/model/part.krn", "C:\\runs\\a.q7f"), "D:\\model\\part.krn");
+    EXPECT_EQ(meshPathToStore("c:\\model\\part.krn", "C:\\runs\\a.q7f"), "../model/part.krn");
     EXPECT_EQ(meshPathToStore("\\\\server\\share\\part.krn", "C:\\runs\\a.q7f"), "//server/share/part.krn");
+    EXPECT_EQ(meshPathToStore("//server/share/part.krn", "//server/other/a.q7f"), "//server/share/part.krn");
+    EXPECT_EQ(meshPathToStore("//server/share/model/part.krn", "\\\\server\\share\\runs\\a.q7f"), "../model/part.krn");
+    EXPECT_EQ(meshPathFromStored("../model/part.krn", "\\\\server\\share\\runs\\a.q7f"), "\\\\server\\share\\model\\part.krn");
+    EXPECT_EQ(meshPathFromStored("../../../part.krn", "//server/share/runs/a.q7f"), "//server/share/part.krn");
     EXPECT_EQ(meshPathFromStored("//server/share/part.krn", "C:/runs/a.q7f"), "//server/share/part.krn");
 #endif
 }
