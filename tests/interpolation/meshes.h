@@ -152,6 +152,31 @@ inline Mesh grid(int n, double size, double jitter = 0.0, unsigned seed = 1)
     return mesh;
 }
 
+/// The same nodes with every hexahedron divided into the cells of a pattern, given by its corners 1..8.
+inline Mesh divided(const Mesh& hexahedra, const std::vector<std::vector<int>>& pattern)
+{
+    Mesh mesh;
+    mesh.node = hexahedra.node;
+    for (int c = 1; c <= hexahedra.cell.count(); ++c)
+    {
+        const std::vector<int> corner = hexahedra.cell.row(c);
+        for (const std::vector<int>& cell : pattern)
+        {
+            std::vector<int> row;
+            for (const int k : cell)
+                row.push_back(corner[static_cast<std::size_t>(k - 1)]);
+            mesh.addCell(row);
+        }
+    }
+    return mesh;
+}
+
+/// Each hexahedron as six tetrahedra around the diagonal from its first corner to its seventh.
+inline Mesh inTetrahedra(const Mesh& hexahedra)
+{
+    return divided(hexahedra, {{1, 2, 3, 7}, {1, 3, 4, 7}, {1, 4, 8, 7}, {1, 8, 5, 7}, {1, 5, 6, 7}, {1, 6, 2, 7}});
+}
+
 /// Values of a function at points 1..n.
 template <class Value, class Function>
 std::vector<Value> sample(const Points& points, Function f)

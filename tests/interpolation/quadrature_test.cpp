@@ -2,8 +2,10 @@
 
 #include "interpolation/quadrature.h"
 
+#include "Tav3dInterpolation.h"
 #include "engine_calls.h"
 #include "interpolation/sol_interpolation.h"
+#include "support/case_count.h"
 
 #include <gtest/gtest.h>
 
@@ -20,6 +22,7 @@ namespace quadrature_test
 
 using namespace tav3d::interpolation;
 using tav3d::common::LaneSet;
+using tav3d::test::caseCount;
 
 namespace
 {
@@ -217,30 +220,32 @@ struct alignas(64) Line
     double v[8];
 };
 
-/// All trials of `count` stencils from the seed on, as one fit and as two.
-void compareTrials(unsigned seed, int count)
+/// All trials of `count` stencils from the seed on, as one fit and as two; as two where `asTwo` says so of a case's number.
+template <class Size, class AsTwo>
+void compareTrials(unsigned seed, int count, Size sizeOf, AsTwo asTwo)
 {
     Cases cases(seed);
     std::vector<Line> room(static_cast<std::size_t>(trialRoom(40)) / 8 + 1);
     for (int k = 0; k < count; ++k)
     {
-        const int n = cases.size();
+        const int n = sizeOf(cases);
         const Case c = cases.next(n);
         const Trials with = plainTrials(c, c.size());
         Trials without{};
-        if (n > 1)
+        const bool isTwo = n > 1 && asTwo(k);
+        if (isTwo)
             without = plainTrials(c, c.size() - 1);
         for (const LaneSet set : laneSets())
         {
             Trials first{};
             Trials second{};
             const TrialStencil stencil{c.x.data(), c.y.data(), c.z.data(), c.phi.data(), n};
-            if (k % 4 == 0 || n == 1)
+            if (k % 4 == 0 || !isTwo)
             {
                 trialKernel(set)(stencil, triedShapes().data(), room[0].v, first, nullptr);
                 ASSERT_TRUE(same(first, with)) << nameOf(set) << ", case " << k << "\n" << c.text();
             }
-            if (n > 1)
+            if (isTwo)
             {
                 trialKernel(set)(stencil, triedShapes().data(), room[0].v, first, &second);
                 ASSERT_TRUE(same(first, with)) << nameOf(set) << ", case " << k << " with its last point\n" << c.text();
@@ -250,9 +255,106 @@ void compareTrials(unsigned seed, int count)
     }
 }
 
+/// Many small stencils, few large ones.
+void compareTrials(unsigned seed, int count)
+{
+    compareTrials(
+        seed, count, [](Cases& cases) { return cases.size(); }, [](int) { return true; });
+}
+
+/// As many points as nodes have around them in meshes: 12 to 40, often the 27 or 28 of hexahedra. The plain form takes its time with these, so every
+/// third is fitted twice only.
+void compareLargeTrials(unsigned seed, int count)
+{
+    const auto size = [](Cases& cases)
+    {
+        const int sort = cases.number(0, 9);
+        return sort < 6 ? cases.number(12, 20) : sort < 8 ? cases.number(27, 28) : cases.number(21, 40);
+    };
+    compareTrials(seed, count, size, [](int k) { return k % 3 == 0; });
+}
+
 bool same(const DerivativeFit& a, const DerivativeFit& b)
 {
     return std::memcmp(&a, &b, sizeof a) == 0;
+}
+
+/// The fit that hosts get, of a stencil without points too.
+DerivativeFit fitByExportedClass(Case c, DerivativeFit fit)
+{
+    for (std::vector<double>* run : {&c.x, &c.y, &c.z, &c.phi})
+        run->insert(run->begin(), 0.0); // hosts count from 1
+    auto& [d, w] = fit;
+    CTav3dInterpolation().Drivatives_Calculator_LDQ(c.x.data(), c.y.data(), c.z.data(), c.phi.data(), static_cast<int>(c.size()) - 1, d[0],
+                                                    d[1], d[2], w[0], w[1], w[2]);
+    return fit;
+}
+
+/// What no kernel may be given, and the last numbers that one may.
+constexpr std::array beyondKernels = {infinity, -infinity, 1e308, -1e308, 1e160, std::numeric_limits<double>::max(), 1.0e150, -1.0e150};
+
+/// Puts numbers that are not finite, or nearly so, into values and coordinates. The first point keeps its coordinates: a stencil without one
+/// finite point has a row of NaN, which ends the process.
+void spoil(Cases& cases, Case& c)
+{
+    for (int i = static_cast<int>(c.size()); i > 0; i /= 2)
+    {
+        const auto point = static_cast<std::size_t>(cases.number(0, static_cast<int>(c.size()) - 1));
+        const int run = point == 0 ? 0 : cases.number(0, 3);
+        std::vector<double>& values = run == 0 ? c.phi : run == 1 ? c.x : run == 2 ? c.y : c.z;
+        values[point] = run == 0 && cases.number(0, 2) == 0 ? notANumber : beyondKernels[static_cast<std::size_t>(cases.number(0, 7))];
+    }
+}
+
+/// Values at points of a mesh, by the engine and by the plain form with the engine's tables.
+void compareEngine(meshes::Mesh mesh, unsigned seed, int count, double size)
+{
+    Cases cases(seed);
+    meshes::Points data;
+    for (int k = 0; k < count; ++k)
+        switch (k % 10)
+        {
+        case 0: // beside the mesh
+            data.add(cases.real(-1, 0), cases.real(0, size), cases.real(size, size + 1));
+            break;
+        case 1: // at a node
+        {
+            const auto node = static_cast<std::size_t>(cases.number(1, mesh.node.count()));
+            data.add(mesh.node.x[node], mesh.node.y[node], mesh.node.z[node]);
+            break;
+        }
+        default:
+            data.add(cases.real(0, size), cases.real(0, size), cases.real(0, size));
+        }
+    const auto f = [](double x, double y, double z) { return std::sin(x) * y + z; };
+    std::vector<double> onNodes = meshes::sample<double>(mesh.node, f);
+    std::vector<double> onCells = meshes::sample<double>(mesh.centre, f);
+    CSolInterpolation engine;
+    CSolInterpolation centres;
+    meshes::sort(engine, mesh, data);
+    // The sorting looks for the nearest node among as many nodes as there are cells: tetrahedra are more than nodes.
+    meshes::Points nodes = mesh.node;
+    while (nodes.count() < mesh.cell.count())
+        nodes.add(-1e6, 0, 0);
+    centres.SetSortingCenter(mesh.node.count(), mesh.cell.count(), nodes.x.data(), nodes.y.data(), nodes.z.data(), mesh.cell.data(),
+                             mesh.centre.x.data(), mesh.centre.y.data(), mesh.centre.z.data(), data.count(), data.x.data(), data.y.data(),
+                             data.z.data());
+    for (int q = 1; q <= data.count(); ++q)
+    {
+        const auto k = static_cast<std::size_t>(q);
+        const Point target = {data.x[k], data.y[k], data.z[k]};
+        double value = 0;
+        engine.GetInterpolation(q, onNodes.data(), value);
+        const double onNode = interpolateAtPoint(listItems(engine.m_ppDataStencil[q]), engine.m_ppNodeNeighbour,
+                                                 {engine.m_pNodeX, engine.m_pNodeY, engine.m_pNodeZ, engine.m_nNode},
+                                                 {onNodes.data(), engine.m_nNode}, target);
+        ASSERT_EQ(std::bit_cast<std::uint64_t>(value), std::bit_cast<std::uint64_t>(onNode)) << q;
+        centres.GetInterpolationCenter(q, onCells.data(), value);
+        const double onCell = interpolateAtPoint(listItems(centres.m_ppDataStencil[q]), centres.m_ppNodeCell,
+                                                 {centres.m_pCellX, centres.m_pCellY, centres.m_pCellZ, centres.m_nCell},
+                                                 {onCells.data(), centres.m_nCell}, target);
+        ASSERT_EQ(std::bit_cast<std::uint64_t>(value), std::bit_cast<std::uint64_t>(onCell)) << q;
+    }
 }
 
 } // namespace
@@ -270,17 +372,51 @@ TEST(Quadrature, shapes_tried_are_the_accumulated_ones)
 
 TEST(Quadrature, every_trial_of_random_and_degenerate_stencils_is_the_plain_one_a)
 {
-    compareTrials(1, 34000);
+    compareTrials(1, caseCount(34000));
 }
 
 TEST(Quadrature, every_trial_of_random_and_degenerate_stencils_is_the_plain_one_b)
 {
-    compareTrials(2, 34000);
+    compareTrials(2, caseCount(34000));
 }
 
 TEST(Quadrature, every_trial_of_random_and_degenerate_stencils_is_the_plain_one_c)
 {
-    compareTrials(3, 34000);
+    compareTrials(3, caseCount(34000));
+}
+
+TEST(Quadrature, every_trial_of_large_stencils_is_the_plain_one_a)
+{
+    compareLargeTrials(11, caseCount(10000));
+}
+
+TEST(Quadrature, every_trial_of_large_stencils_is_the_plain_one_b)
+{
+    compareLargeTrials(12, caseCount(10000));
+}
+
+TEST(Quadrature, fits_of_small_stencils_with_numbers_that_are_not_finite_are_the_plain_ones)
+{
+    Cases cases(6);
+    std::vector<Quadrature> fast;
+    for (const LaneSet set : laneSets())
+        fast.emplace_back(set);
+    for (int k = 0; k < caseCount(100000); ++k)
+    {
+        Case c = cases.next(cases.number(1, 5));
+        spoil(cases, c);
+        const DerivativeFit preset{{1, -0.0, 3}, {4, 5, -0.0}};
+        DerivativeFit expected = preset;
+        fitDerivatives(c.stencil(c.size()), c.phi, expected);
+        // None of these goes to a kernel but those with the last numbers that may: one lane set at a time, and the exported class.
+        DerivativeFit fit = preset;
+        fast[static_cast<std::size_t>(k) % fast.size()].fitDerivatives(c.stencil(c.size()), c.phi, fit);
+        ASSERT_TRUE(same(fit, expected)) << k << "\n" << c.text();
+        if (k % 8 == 0)
+        {
+            ASSERT_TRUE(same(fitByExportedClass(c, preset), expected)) << k << "\n" << c.text();
+        }
+    }
 }
 
 TEST(Quadrature, fits_are_the_plain_ones_also_with_infinities_and_presets)
@@ -309,6 +445,7 @@ TEST(Quadrature, fits_are_the_plain_ones_also_with_infinities_and_presets)
             q.fitDerivatives(c.stencil(c.size()), c.phi, fit);
             ASSERT_TRUE(same(fit, expected)) << k << "\n" << c.text();
         }
+        ASSERT_TRUE(same(fitByExportedClass(c, preset), expected)) << k << "\n" << c.text();
     }
 }
 
@@ -318,7 +455,7 @@ TEST(Quadrature, values_at_points_are_the_plain_ones)
     std::vector<Quadrature> fast;
     for (const LaneSet set : laneSets())
         fast.emplace_back(set);
-    for (int k = 0; k < 2000; ++k)
+    for (int k = 0; k < caseCount(8000); ++k)
     {
         // up to three overlapping rows of the same points
         Case c = cases.next(30);
@@ -358,31 +495,14 @@ TEST(Quadrature, values_at_points_are_the_plain_ones)
     }
 }
 
-TEST(Quadrature, engine_gives_the_plain_values)
+TEST(Quadrature, engine_gives_the_plain_values_among_hexahedra)
 {
-    meshes::Mesh mesh = meshes::grid(4, 4.0, 0.15);
-    meshes::Points data = {{1.3, 1.6, 1.45}, {2.1, 2.2, 1.7}, {0.4, 3.1, 2.2}};
-    const auto f = [](double x, double y, double z) { return std::sin(x) * y + z; };
-    std::vector<double> onNodes = meshes::sample<double>(mesh.node, f);
-    std::vector<double> onCells = meshes::sample<double>(mesh.centre, f);
-    for (int q = 1; q <= data.count(); ++q)
-    {
-        const auto k = static_cast<std::size_t>(q);
-        const Point target = {data.x[k], data.y[k], data.z[k]};
-        CSolInterpolation engine;
-        meshes::sort(engine, mesh, data);
-        double value = 0;
-        engine.GetInterpolation(q, onNodes.data(), value);
-        EXPECT_EQ(value, interpolateAtPoint(listItems(engine.m_ppDataStencil[q]), engine.m_ppNodeNeighbour,
-                                            {engine.m_pNodeX, engine.m_pNodeY, engine.m_pNodeZ, engine.m_nNode},
-                                            {onNodes.data(), engine.m_nNode}, target));
-        CSolInterpolation centres;
-        meshes::sortCentre(centres, mesh, data);
-        centres.GetInterpolationCenter(q, onCells.data(), value);
-        EXPECT_EQ(value, interpolateAtPoint(listItems(centres.m_ppDataStencil[q]), centres.m_ppNodeCell,
-                                            {centres.m_pCellX, centres.m_pCellY, centres.m_pCellZ, centres.m_nCell},
-                                            {onCells.data(), centres.m_nCell}, target));
-    }
+    compareEngine(meshes::grid(7, 4.0, 0.15), 7, caseCount(1200), 4.0);
+}
+
+TEST(Quadrature, engine_gives_the_plain_values_among_tetrahedra)
+{
+    compareEngine(meshes::inTetrahedra(meshes::grid(5, 4.0, 0.15)), 8, caseCount(2000), 4.0);
 }
 
 using QuadratureDeathTest = ::testing::Test;

@@ -56,26 +56,6 @@ meshes::Mesh hexahedra()
     return mesh;
 }
 
-/// The same nodes with every hexahedron divided into the cells of a pattern, given by its corners 1..8.
-meshes::Mesh divided(const std::vector<std::vector<int>>& pattern)
-{
-    const meshes::Mesh bricks = hexahedra();
-    meshes::Mesh mesh;
-    mesh.node = bricks.node;
-    for (int c = 1; c <= bricks.cell.count(); ++c)
-    {
-        const std::vector<int> corner = bricks.cell.row(c);
-        for (const std::vector<int>& cell : pattern)
-        {
-            std::vector<int> row;
-            for (const int k : cell)
-                row.push_back(corner[static_cast<std::size_t>(k - 1)]);
-            mesh.addCell(row);
-        }
-    }
-    return mesh;
-}
-
 meshes::Points scaled(const meshes::Points& points, double factor)
 {
     meshes::Points result = points;
@@ -325,8 +305,8 @@ void probeEvaluation()
 void probeEngine()
 {
     probeQuadrature("hexahedra", hexahedra());
-    probeQuadrature("tetrahedra", divided({{1, 2, 3, 7}, {1, 3, 4, 7}, {1, 4, 8, 7}, {1, 8, 5, 7}, {1, 5, 6, 7}, {1, 6, 2, 7}}));
-    probeQuadrature("prisms-pyramids", divided({{1, 2, 3, 5, 6, 7}, {1, 4, 8, 5, 7}, {1, 3, 4, 7}}));
+    probeQuadrature("tetrahedra", meshes::inTetrahedra(hexahedra()));
+    probeQuadrature("prisms-pyramids", meshes::divided(hexahedra(), {{1, 2, 3, 5, 6, 7}, {1, 4, 8, 5, 7}, {1, 3, 4, 7}}));
     probeHostCalls();
     probeSearch();
     probeEvaluation();
