@@ -5,6 +5,7 @@
 #include "meshmapping/gauss_neighbours.h"
 
 #include "TAVOptKer.h"
+#include "support/case_count.h"
 
 #include <gtest/gtest.h>
 
@@ -24,6 +25,7 @@ constexpr float infinity = std::numeric_limits<float>::infinity();
 constexpr float nan = std::numeric_limits<float>::quiet_NaN();
 
 using Random = std::mt19937_64;
+using test::caseCount;
 
 int below(Random& random, int n)
 {
@@ -135,6 +137,59 @@ Surface sheet(int columns, int lines, float edge)
     return s;
 }
 
+/// Bends a sheet into waves, and moves each node a little: no two distances are the same.
+void bend(Surface& s, Random& random, float edge)
+{
+    for (int node = 1; node <= s.nodes.total(); ++node)
+    {
+        const auto i = static_cast<std::size_t>(node);
+        const float x = s.nodes.x[i], y = s.nodes.y[i], by = 0.2f * edge;
+        s.nodes.put(node, x + within(random, -by, by), y + within(random, -by, by),
+                    3.0f * edge * std::sin(0.4f * x / edge) * std::cos(0.3f * y / edge));
+    }
+}
+
+/// The surface of a block of nx x ny x nz cubes of length `edge`: nodes with three, four and fewer facets, thin walls where a number is 1.
+Surface closedBox(int nx, int ny, int nz, float edge)
+{
+    const auto isOutside = [&](int i, int j, int k) { return i % nx == 0 || j % ny == 0 || k % nz == 0; };
+    const auto place = [&](int i, int j, int k) { return static_cast<std::size_t>(i + (nx + 1) * (j + (ny + 1) * k)); };
+    std::vector<int> number(place(nx, ny, nz) + 1);
+    std::vector<std::array<float, 3>> points;
+    for (int k = 0; k <= nz; ++k)
+        for (int j = 0; j <= ny; ++j)
+            for (int i = 0; i <= nx; ++i)
+                if (isOutside(i, j, k))
+                {
+                    points.push_back({edge * static_cast<float>(i), edge * static_cast<float>(j), edge * static_cast<float>(k)});
+                    number[place(i, j, k)] = static_cast<int>(points.size());
+                }
+    std::vector<std::array<int, 4>> corners;
+    const auto add = [&](int i, int j, int k, std::array<int, 3> u, std::array<int, 3> v)
+    {
+        const auto at = [&](int a, int b)
+        { return number[place(i + a * u[0] + b * v[0], j + a * u[1] + b * v[1], k + a * u[2] + b * v[2])]; };
+        corners.push_back({at(0, 0), at(1, 0), at(1, 1), at(0, 1)});
+    };
+    for (int j = 0; j < ny; ++j)
+        for (int i = 0; i < nx; ++i)
+            for (const int k : {0, nz})
+                add(i, j, k, {1, 0, 0}, {0, 1, 0});
+    for (int k = 0; k < nz; ++k)
+        for (int i = 0; i < nx; ++i)
+            for (const int j : {0, ny})
+                add(i, j, k, {1, 0, 0}, {0, 0, 1});
+    for (int k = 0; k < nz; ++k)
+        for (int j = 0; j < ny; ++j)
+            for (const int i : {0, nx})
+                add(i, j, k, {0, 1, 0}, {0, 0, 1});
+    Surface s(static_cast<int>(points.size()));
+    for (std::size_t i = 0; i < points.size(); ++i)
+        s.nodes.put(static_cast<int>(i) + 1, points[i][0], points[i][1], points[i][2]);
+    s.setFacets(corners);
+    return s;
+}
+
 /// Facets between nodes that come by chance; a corner may be repeated, and nodes may have more facets than fit their list.
 Surface tangle(Random& random, int n, int facets, int span)
 {
@@ -160,7 +215,7 @@ bool sameBits(const T* a, const T* b, int entries)
     return std::memcmp(a, b, static_cast<std::size_t>(entries) * sizeof(T)) == 0;
 }
 
-/// Compares the forms on a surface; returns the number of rows.
+/// Compares the forms on a surface; returns the number of rows with neighbours.
 int compareGauss(const Surface& s, float elementLengthSquared, const char* what)
 {
     constexpr int length = gaussNeighbourCap + 1;
@@ -182,7 +237,7 @@ int compareGauss(const Surface& s, float elementLengthSquared, const char* what)
     }
     int rows = 0;
     for (int node = 1; node <= n; ++node)
-        rows += a.rowOfNode[node] != 0;
+        rows += a.count[a.rowOfNode[node]] != 0; // row 0 has none
     return rows;
 }
 
@@ -209,11 +264,31 @@ TEST(FastGaussSearch, makes_the_rows_of_the_plain_form_on_grids)
     EXPECT_GE(rows, 100000);
 }
 
+TEST(FastGaussSearch, makes_the_rows_of_the_plain_form_on_curved_sheets_and_closed_boxes)
+{
+    Random random(8);
+    int rows = 0;
+    for (int round = 0; round < caseCount(30) && !HasFailure(); ++round)
+    {
+        const float edges[] = {1.0f, 0.43f, 1.0e-3f, 7.7f};
+        const float edge = edges[round % 4];
+        Surface s = round % 2 == 0 ? sheet(40 + round % 8, 42, edge) : closedBox(1 + round % 14, 1 + round % 9, 8 + round, edge);
+        if (round % 2 == 0)
+            bend(s, random, edge);
+        s.nodes.mixKinds(random, round % 3 == 2 ? 20 : 0, round % 5 == 0);
+        if (round % 5 == 4)
+            s.nodes.scatter(random, 50);
+        for (const float narrowing : {1.0f, 40.0f})
+            rows += compareGauss(s, edge * edge * narrowing, round % 2 == 0 ? "curved sheet" : "closed box");
+    }
+    EXPECT_GE(rows, caseCount(60000));
+}
+
 TEST(FastGaussSearch, makes_the_rows_of_the_plain_form_on_facets_without_order)
 {
     Random random(2);
     int rows = 0;
-    for (int round = 0; round < 250 && !HasFailure(); ++round)
+    for (int round = 0; round < caseCount(700) && !HasFailure(); ++round)
     {
         const int n = 100 + below(random, 400);
         Surface s = tangle(random, n, n * (1 + round % 3) / 3, round % 7 == 0 ? n : 12);
@@ -223,7 +298,7 @@ TEST(FastGaussSearch, makes_the_rows_of_the_plain_form_on_facets_without_order)
         const float squares[] = {1.0f, 1.0e-30f, 1.0e30f, 0.0f, infinity, nan, 0.05f, 20.0f};
         rows += compareGauss(s, squares[round % 8], "tangle");
     }
-    EXPECT_GE(rows, 30000);
+    EXPECT_GE(rows, caseCount(100000));
 }
 
 TEST(FastGaussSearch, makes_the_rows_of_the_plain_form_on_meshes_of_no_to_four_nodes)
@@ -348,6 +423,42 @@ TEST(FastCutCellSearch, makes_the_rows_of_the_plain_form_among_points_without_or
     EXPECT_GE(found, 3000);
 }
 
+// At scale, and without ties: in a volume, on a sphere, and in a layer.
+TEST(FastCutCellSearch, makes_the_rows_of_the_plain_form_among_many_scattered_nodes)
+{
+    Random random(9);
+    int found = 0;
+    const int rounds = caseCount(10) + 2;
+    for (int round = 0; round < rounds && !HasFailure(); ++round)
+    {
+        Nodes voxel(4096), cutCell(12000);
+        const float edges[] = {1.0f, 0.43f, 1.0e-3f, 250.0f};
+        const float edge = edges[round % 4];
+        for (Nodes* nodes : {&voxel, &cutCell})
+        {
+            for (int i = 1; i <= nodes->total(); ++i)
+            {
+                std::array<float, 3> at{};
+                for (float& v : at)
+                    v = within(random, 0, 16);
+                if (round % 3 == 1)
+                {
+                    const float length = std::hypot(at[0] - 8, at[1] - 8, at[2] - 8);
+                    for (float& v : at)
+                        v = 9.0f * (v - 8) / length + within(random, -0.5f, 0.5f);
+                }
+                if (round % 3 == 2)
+                    at = {4 * at[0], 4 * at[1], at[2] / 16};
+                nodes->put(i, edge * at[0], edge * at[1], edge * at[2]);
+            }
+            nodes->mixKinds(random, round % 4 == 3 ? 8 : 0, round % 8 == 3);
+        }
+        Target target(voxel, random, round % 5);
+        found += compareCutCell(cutCell, target, edge * edge, "scattered nodes");
+    }
+    EXPECT_GE(found, caseCount(100000));
+}
+
 // Where the cube has just ten nodes, or one of them beyond its face by less than the half-width of points in the tree.
 TEST(FastCutCellSearch, makes_the_rows_of_the_plain_form_at_the_faces_of_the_cube)
 {
@@ -368,13 +479,16 @@ TEST(FastCutCellSearch, makes_the_rows_of_the_plain_form_at_the_faces_of_the_cub
             }
 }
 
-TEST(FastCutCellSearch, makes_the_rows_of_the_plain_form_without_nodes)
+TEST(FastCutCellSearch, makes_the_rows_of_the_plain_form_with_no_to_three_nodes)
 {
     Random random(7);
     for (int cutCellTotal = 0; cutCellTotal <= 3; ++cutCellTotal)
         for (int voxelTotal = 0; voxelTotal <= 3; ++voxelTotal)
         {
-            const Nodes voxel(voxelTotal), cutCell(cutCellTotal);
+            Nodes voxel(voxelTotal), cutCell(cutCellTotal);
+            for (Nodes* nodes : {&voxel, &cutCell})
+                for (int i = 1; i <= nodes->total(); ++i)
+                    nodes->put(i, within(random, -1, 1), within(random, -1, 1), within(random, -1, 1));
             Target target(voxel, random, 0);
             EXPECT_EQ(compareCutCell(cutCell, target, 1.0f, "few"), 0);
         }
