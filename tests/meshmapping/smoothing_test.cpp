@@ -45,6 +45,11 @@ struct Mesh
     template <class Method>
     void run(Method method, std::vector<float>& value, std::vector<float>& work) const
     {
+        run(method, value, work, static_cast<int>(value.size()) - 1);
+    }
+    template <class Method>
+    void run(Method method, std::vector<float>& value, std::vector<float>& work, int values) const
+    {
         std::vector<const int*> neighbourRows;
         std::vector<const float*> weightRows;
         for (const auto& row : neighbour)
@@ -52,7 +57,6 @@ struct Mesh
         for (const auto& row : weight)
             weightRows.push_back(row.data());
         const int n = static_cast<int>(part.size()) - 1;
-        const int values = static_cast<int>(value.size()) - 1;
         method({{{part.data(), n}, {insert.data(), n}},
                 {fixed.data(), n},
                 {rowOfNode.data(), count.data(), neighbourRows.data(), weightRows.data(), selfWeight.data()}},
@@ -304,6 +308,123 @@ TEST(GaussSmoothing, non_negative_weights_never_leave_the_range_of_the_values)
             EXPECT_LE(after[i], *high + 1e-4f);
         }
     }
+}
+
+/// The row that a node is smoothed with, or 0.
+std::size_t rowFor(const Mesh& mesh, std::size_t node)
+{
+    if (node >= mesh.part.size() || (mesh.part[node] != 1 && mesh.insert[node] != 1) || mesh.fixed[node] == 1)
+        return 0;
+    return static_cast<std::size_t>(mesh.rowOfNode[node]);
+}
+
+/// What smoothByGaussWeights is to do, written down once more; only the first `values` values are looked at.
+std::vector<float> smoothedNaively(const Mesh& mesh, std::vector<float> value, std::size_t values)
+{
+    for (int sweep = 0; sweep < 5; ++sweep)
+    {
+        const std::vector<float> old = value;
+        for (std::size_t i = 1; i <= values; ++i)
+        {
+            const std::size_t row = rowFor(mesh, i);
+            if (mesh.count[row] == 0 || old[i] == 0.0f)
+                continue;
+            float sum = 0.0f + old[i] * mesh.selfWeight[row]; // from +0 on: -0 alone becomes +0
+            for (std::size_t k = 1; k < mesh.neighbour[row].size(); ++k)
+            {
+                const auto other = static_cast<std::size_t>(mesh.neighbour[row][k]);
+                sum = sum + (other <= values ? old[other] : old[i]) * mesh.weight[row][k];
+            }
+            value[i] = sum;
+        }
+    }
+    return value;
+}
+
+/// What smoothByNodeAverage is to do.
+std::vector<float> averagedNaively(const Mesh& mesh, std::vector<float> value, std::size_t values)
+{
+    for (std::size_t i = 1; i <= values; ++i)
+    {
+        const std::size_t row = rowFor(mesh, i);
+        if (mesh.count[row] == 0)
+            continue;
+        float sum = 0.0f + value[i];
+        for (std::size_t k = 1; k < mesh.neighbour[row].size(); ++k)
+            sum = sum + value[static_cast<std::size_t>(mesh.neighbour[row][k])];
+        value[i] = sum / static_cast<float>(mesh.count[row] + 1);
+    }
+    return value;
+}
+
+/// Marks, rows and weights by chance.
+Mesh anyMesh(std::mt19937& random, int n)
+{
+    const auto below = [&random](int limit) { return static_cast<int>(random() % static_cast<unsigned>(limit)); };
+    Mesh mesh(n);
+    for (int node = 1; node <= n; ++node)
+    {
+        const auto i = static_cast<std::size_t>(node);
+        mesh.part[i] = static_cast<unsigned char>(below(8) < 6 ? 1 : below(3));
+        mesh.insert[i] = static_cast<unsigned char>(below(3));
+        mesh.fixed[i] = below(8) == 0 ? 1 + below(2) : 0;
+        if (below(8) == 0)
+            continue;
+        std::vector<int> row(static_cast<std::size_t>(below(12)));
+        std::vector<float> weight(row.size());
+        for (std::size_t k = 0; k < row.size(); ++k)
+        {
+            row[k] = 1 + below(n);
+            weight[k] = below(10) == 0 ? 0.0f : static_cast<float>(below(2000) - 200) / 4000.0f;
+        }
+        mesh.setRow(node, std::move(row), std::move(weight), static_cast<float>(below(1000)) / 1000.0f);
+    }
+    return mesh;
+}
+
+/// Values with zeros of both signs; `rarity`: one in so many is no ordinary number.
+std::vector<float> anyValues(std::mt19937& random, int n, unsigned rarity)
+{
+    constexpr float infinity = std::numeric_limits<float>::infinity();
+    const float odd[] = {infinity, -infinity, std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::max(),
+                         1.0e-45f, -1.0e-38f};
+    std::vector<float> value(static_cast<std::size_t>(n) + 1);
+    for (float& v : value)
+        v = rarity != 0 && random() % rarity == 0 ? odd[random() % 6]
+            : random() % 20 == 0                  ? (random() % 2 == 0 ? 0.0f : -0.0f)
+                                                  : static_cast<float>(random() % 20001) / 100.0f - 100.0f;
+    return value;
+}
+
+/// The bits; which NaN comes out of a sum of two is open, so all of them count as one.
+std::vector<std::uint32_t> bitsWithOneNaN(std::vector<float> values)
+{
+    for (float& v : values)
+        if (std::isnan(v))
+            v = std::numeric_limits<float>::quiet_NaN();
+    return bits(values);
+}
+
+TEST(GaussSmoothing, has_the_bits_of_a_naive_loop_as_has_the_node_average)
+{
+    std::mt19937 random(7);
+    int nodes = 0;
+    for (int round = 0; round < 400; ++round)
+    {
+        const int n = round < 300 ? round % 4 : 1000 + 5 * (round % 100);
+        const Mesh mesh = anyMesh(random, n);
+        const std::vector<float> value = anyValues(random, n, round % 3 == 0 ? 0u : round % 3 == 1 ? 100u : 2000u);
+        // All values, or fewer than there are nodes: then rows name nodes beyond them.
+        const int values = round % 2 == 0 ? n : n - n / 5 - (n > 0 ? 1 : 0);
+        std::vector<float> smoothed = value, averaged = value, work(value.size());
+        mesh.run(smoothByGaussWeights, smoothed, work, values);
+        mesh.run(smoothByNodeAverage, averaged, work, values);
+        const auto count = static_cast<std::size_t>(values);
+        ASSERT_EQ(bitsWithOneNaN(smoothed), bitsWithOneNaN(smoothedNaively(mesh, value, count))) << "round " << round;
+        ASSERT_EQ(bitsWithOneNaN(averaged), bitsWithOneNaN(averagedNaively(mesh, value, count))) << "round " << round;
+        nodes += n;
+    }
+    EXPECT_GE(nodes, 100000);
 }
 
 } // namespace
