@@ -2,6 +2,7 @@
 
 #include "interpolation/neighbour_sorting.h"
 #include "point_clouds.h"
+#include "support/case_count.h"
 
 #include <gtest/gtest.h>
 
@@ -15,6 +16,7 @@ using clouds::Places;
 using meshes::Points;
 using tav3d::interpolation::NearestPoints;
 using tav3d::interpolation::NumberedPoints;
+using tav3d::test::caseCount;
 
 namespace
 {
@@ -73,22 +75,26 @@ TEST(NearestPoints, many_points_give_what_scans_give)
     }
 }
 
-TEST(NearestPoints, rows_of_many_targets_are_those_of_single_ones)
+TEST(NearestPoints, rows_of_many_targets_are_what_scans_give)
 {
+    const int total = caseCount(2500);
     for (const Kind kind : clouds::allKinds)
     {
         SCOPED_TRACE(static_cast<int>(kind));
         Places places(kind, 6);
-        const Points points = clouds::cloud(places, 200);
-        const Points targets = clouds::cloud(places, 300);
-        NearestPoints index(numbered(points), 4);
-        const tav3d::interpolation::CountedTable rows(std::vector<int>(301, 4));
-        index.selectAll(numbered(targets), 4, rows.rows());
-        for (int t = 1; t <= 300; ++t)
+        for (const int n : {3, 40, 200, 1000})
         {
-            std::array<int, 5> row{};
-            index.select(numbered(targets)[t], 4, row.data());
-            ASSERT_EQ(std::memcmp(rows.rows()[t], row.data(), sizeof row), 0) << t;
+            const Points points = clouds::cloud(places, n);
+            const Points targets = clouds::cloud(places, total);
+            NearestPoints index(numbered(points), 4);
+            const tav3d::interpolation::CountedTable rows(std::vector<int>(static_cast<std::size_t>(total) + 1, 4));
+            index.selectAll(numbered(targets), 4, rows.rows());
+            for (int t = 1; t <= total; ++t)
+            {
+                std::array<int, 5> row{};
+                tav3d::interpolation::selectNearest(numbered(points), numbered(targets)[t], 4, row.data());
+                ASSERT_EQ(std::memcmp(rows.rows()[t] + 1, row.data() + 1, 4 * sizeof(int)), 0) << n << " points, target " << t;
+            }
         }
     }
 }

@@ -1,5 +1,7 @@
 #include "TAVOptKer.h"
 
+#include "support/case_count.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -12,6 +14,8 @@
 
 namespace box_tree_test
 {
+
+using tav3d::test::caseCount;
 
 namespace
 {
@@ -171,7 +175,7 @@ TEST(BoxTree, queries_agree_with_comparing_every_box_while_boxes_keep_coming)
                 add(tree, id, box);
                 oracle.add(id, box);
             }
-            for (int i = 0; i < 100; ++i)
+            for (int i = 0; i < caseCount(4000); ++i)
             {
                 const Box query = randomBox(random, 4);
                 ASSERT_EQ(search(tree, query), oracle.search(query));

@@ -1,5 +1,7 @@
 #include "opensuite/nearest_voxel_node.h"
 
+#include "support/case_count.h"
+
 #include <gtest/gtest.h>
 
 #include <array>
@@ -14,6 +16,7 @@ namespace
 {
 
 using namespace tav3d::opensuite;
+using tav3d::test::caseCount;
 
 constexpr NodeBody mold = NodeBody::MoldBase;
 constexpr NodeBody insert = NodeBody::PartInsert;
@@ -159,11 +162,10 @@ TEST(NearestVoxelNode, lattices_full_of_ties_agree_with_comparing_every_node)
         std::uniform_int_distribution<int> body(0, 2);
         Cloud voxel;
         Cloud cutCell;
-        for (int i = 0; i < 3000; ++i)
-        {
+        for (int i = 0; i < 1500; ++i)
             voxel.add(float(at(random)), float(at(random)), float(at(random)), NodeBody(body(random)));
+        for (int i = 0; i < caseCount(25000); ++i)
             cutCell.add(float(at(random)) / 2, float(at(random)), float(at(random)) * 1.5f, NodeBody(body(random)));
-        }
         ASSERT_EQ(nearest(cutCell, voxel), nearestByComparing(cutCell, voxel)) << range;
     }
 }
@@ -174,12 +176,16 @@ TEST(NearestVoxelNode, uneven_clouds_agree_with_comparing_every_node)
     std::normal_distribution<float> gauss;
     Cloud voxel;
     Cloud cutCell;
-    for (int i = 0; i < 3000; ++i)
+    const auto scatter = [&](Cloud& cloud, int count)
     {
-        const float scale = i % 100 == 0 ? 1e20f : 1.0f; // a few nodes very far out
-        voxel.add(scale * gauss(random), gauss(random), 0.001f * gauss(random), plastic);
-        cutCell.add(scale * gauss(random), gauss(random), 0.001f * gauss(random), plastic);
-    }
+        for (int i = 0; i < count; ++i)
+        {
+            const float scale = i % 100 == 0 ? 1e20f : 1.0f; // a few nodes very far out
+            cloud.add(scale * gauss(random), gauss(random), 0.001f * gauss(random), plastic);
+        }
+    };
+    scatter(voxel, 1500);
+    scatter(cutCell, caseCount(25000));
     ASSERT_EQ(nearest(cutCell, voxel), nearestByComparing(cutCell, voxel));
 }
 
