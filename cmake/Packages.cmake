@@ -1,10 +1,32 @@
 # What `cpack` makes in the build folder: a ZIP for Windows, a DEB elsewhere. Both hold all that is installed: library, headers, CMake package, program,
-# documents and examples.
+# documents, examples, and the licences of what is inside the binaries.
 
 install(FILES README.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(DIRECTORY docs examples DESTINATION ${CMAKE_INSTALL_DOCDIR})
-if(WIN32 AND EXISTS ${PROJECT_SOURCE_DIR}/build/hdf5-windows/share/COPYING)
-  install(FILES build/hdf5-windows/share/COPYING DESTINATION ${CMAKE_INSTALL_DOCDIR} RENAME HDF5-COPYING.txt) # it is inside the DLL
+
+# tav3d_install_notice(<name> <file>): the licence of a library whose code is inside a binary. Packages come from Debian, which has each of these files;
+# elsewhere, what is not there is not installed.
+set(notices "")
+function(tav3d_install_notice name file)
+  if(MINGW OR EXISTS ${file})
+    install(FILES ${file} DESTINATION ${CMAKE_INSTALL_DOCDIR}/licenses RENAME ${name}.txt)
+  endif()
+  if(EXISTS ${file})
+    file(READ ${file} text)
+    set(notices "${notices}\n---- ${name} ----\n\n${text}" PARENT_SCOPE)
+  endif()
+endfunction()
+tav3d_install_notice(CLI11 /usr/share/doc/libcli11-dev/copyright)
+tav3d_install_notice(nlohmann-json /usr/share/doc/nlohmann-json3-dev/copyright)
+if(MINGW)
+  tav3d_install_notice(HDF5 ${PROJECT_SOURCE_DIR}/build/hdf5-windows/share/COPYING)
+  tav3d_install_notice(mingw-w64-winpthreads /usr/share/doc/mingw-w64-x86-64-dev/copyright)
+  tav3d_install_notice(libstdc++-libgcc /usr/share/doc/g++-mingw-w64-x86-64-posix/copyright) # with the runtime library exception
+elseif(UNIX)
+  string(TOLOWER ${PROJECT_NAME} package) # Debian looks for the file here
+  file(WRITE ${PROJECT_BINARY_DIR}/copyright
+    "${PROJECT_NAME} ${PROJECT_VERSION}\nCopyright: the ${PROJECT_NAME} developers\n\nThe program tav3d has code of these libraries inside.\n${notices}")
+  install(FILES ${PROJECT_BINARY_DIR}/copyright DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/${package})
 endif()
 
 set(CPACK_PACKAGE_NAME ${PROJECT_NAME})

@@ -17,6 +17,10 @@ from install_and_use import run
 
 SOURCES = pathlib.Path(__file__).resolve().parents[2]
 HEADERS = ["Tav3dInterpolation.h", "Tav3dMeshMappingArrary.h", "Tav3dQ7XMapping_Voxel2CutCell.h"]
+# The libraries whose code is inside the binaries, and words of their licences.
+NOTICES = {"CLI11": "Redistributions in binary form must reproduce", "nlohmann-json": "Permission is hereby granted, free of charge"}
+WINDOWS_NOTICES = {"HDF5": "Copyright Notice and License Terms for HDF5", "mingw-w64-winpthreads": "mingw-w64-libraries/winpthreads/*",
+                   "libstdc++-libgcc": "GCC Runtime Library Exception"}
 
 
 def make_package(cmake: str, build: str, scratch: pathlib.Path) -> pathlib.Path:
@@ -27,11 +31,16 @@ def make_package(cmake: str, build: str, scratch: pathlib.Path) -> pathlib.Path:
     return packages[0]
 
 
-def check_content(prefix: pathlib.Path, expected: list[str]) -> None:
+def check_content(prefix: pathlib.Path, expected: list[str], notices: dict[str, str]) -> None:
+    """`notices`: libraries with code inside the binaries, and words of their licences."""
     headers = sorted(file.name for file in (prefix / "include").rglob("*") if file.is_file())
     assert headers == HEADERS, headers
     for name in expected:
         assert list(prefix.glob(name)), f"{name} is missing"
+    found = {file.stem: file.read_text(encoding="utf-8") for file in prefix.glob("share/doc/*/licenses/*.txt")}
+    assert found.keys() == notices.keys(), found.keys()
+    for name, words in notices.items():
+        assert words in " ".join(found[name].split()), f"the licence of {name} does not say '{words}'"
     for name in ["docs/mapping.md", "README.md", "examples/host_mapping.cpp"]:
         assert list(prefix.glob(f"share/doc/*/{name}")), f"{name} is missing"
 
@@ -43,12 +52,17 @@ def use_deb(cmake: str, build: str, compiler: str, scratch: pathlib.Path) -> Non
     assert "libhdf5" in fields["Depends"] and "libc6" in fields["Depends"], fields
     run("dpkg-deb", "--extract", package, scratch / "root")
     prefix = scratch / "root" / "usr"
-    check_content(prefix, ["lib/libTav3DInterpolation.so", "lib/cmake/Tav3DInterpolation/Tav3DInterpolationConfig.cmake", "bin/tav3d"])
+    check_content(prefix, ["lib/libTav3DInterpolation.so", "lib/cmake/Tav3DInterpolation/Tav3DInterpolationConfig.cmake",
+                           "lib/pkgconfig/Tav3DInterpolation.pc", "bin/tav3d"], NOTICES)
+    copyright_file = (prefix / "share/doc" / fields["Package"] / "copyright").read_text(encoding="utf-8")
+    for words in NOTICES.values():
+        assert words in " ".join(copyright_file.split()), f"share/doc/{fields['Package']}/copyright does not say '{words}'"
     assert run(prefix / "bin" / "tav3d", "--version") == f"tav3d {fields['Version']}\n"
     built = scratch / "host"
     run(cmake, "-S", SOURCES / "tests/house/host", "-B", built, f"-DCMAKE_PREFIX_PATH={prefix}", f"-DCMAKE_CXX_COMPILER={compiler}")
     run(cmake, "--build", built)
     assert run(built / "host") != ""
+    install_and_use.use_examples(cmake, compiler, prefix, scratch)
 
 
 def use_zip(cmake: str, build: str, toolchain: str, wine: str, scratch: pathlib.Path) -> None:
@@ -56,7 +70,8 @@ def use_zip(cmake: str, build: str, toolchain: str, wine: str, scratch: pathlib.
     zipfile.ZipFile(package).extractall(scratch)
     prefix = scratch / package.stem
     check_content(prefix, ["bin/Tav3DInterpolation.dll", "lib/libTav3DInterpolation.dll.a", "bin/tav3d.exe",
-                           "lib/cmake/Tav3DInterpolation/Tav3DInterpolationConfig.cmake"])
+                           "lib/cmake/Tav3DInterpolation/Tav3DInterpolationConfig.cmake", "lib/pkgconfig/Tav3DInterpolation.pc"],
+                  NOTICES | WINDOWS_NOTICES)
 
     def starter(program: pathlib.Path) -> pathlib.Path:
         """A script that runs the program from beside the DLL, as a host's installer puts it."""
