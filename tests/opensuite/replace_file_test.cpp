@@ -67,7 +67,7 @@ std::set<std::string> namesIn(const ScratchFolder& folder)
 
 } // namespace
 
-TEST(ReplaceFile, finished_file_takes_the_place_of_the_target)
+TEST(FileReplacement, finished_file_takes_the_place_of_the_target)
 {
     const ScratchFolder folder;
     writeBytes(folder.file("part.q7f"), "old");
@@ -80,7 +80,7 @@ TEST(ReplaceFile, finished_file_takes_the_place_of_the_target)
     EXPECT_EQ(folder.entries(), 1);
 }
 
-TEST(ReplaceFile, missing_finished_file_is_an_error_and_leaves_the_target)
+TEST(FileReplacement, missing_finished_file_is_an_error_and_leaves_the_target)
 {
     const ScratchFolder folder;
     writeBytes(folder.file("part.q7f"), "old");
@@ -90,7 +90,7 @@ TEST(ReplaceFile, missing_finished_file_is_an_error_and_leaves_the_target)
 
 #ifdef _WIN32
 
-TEST(ReplaceFile, target_that_is_held_for_a_while_is_replaced_when_it_is_let_go)
+TEST(FileReplacement, target_that_is_held_for_a_while_is_replaced_when_it_is_let_go)
 {
     const ScratchFolder folder;
     writeBytes(folder.file("part.q7f"), "old");
@@ -99,7 +99,7 @@ TEST(ReplaceFile, target_that_is_held_for_a_while_is_replaced_when_it_is_let_go)
     std::thread letsGo(
         [&]
         {
-            Sleep(120);
+            Sleep(500); // of the second in which it is tried; long, for the first try may come late
             held.release();
         });
     EXPECT_NO_THROW(replaceFile(folder.file("finished"), folder.file("part.q7f")));
@@ -108,7 +108,7 @@ TEST(ReplaceFile, target_that_is_held_for_a_while_is_replaced_when_it_is_let_go)
     EXPECT_EQ(folder.entries(), 1);
 }
 
-TEST(ReplaceFile, finished_file_that_is_held_for_a_while_takes_the_place_when_it_is_let_go)
+TEST(FileReplacement, finished_file_that_is_held_for_a_while_takes_the_place_when_it_is_let_go)
 {
     const ScratchFolder folder;
     writeBytes(folder.file("part.q7f"), "old");
@@ -117,7 +117,7 @@ TEST(ReplaceFile, finished_file_that_is_held_for_a_while_takes_the_place_when_it
     std::thread letsGo(
         [&]
         {
-            Sleep(120);
+            Sleep(500);
             held.release();
         });
     EXPECT_NO_THROW(replaceFile(folder.file("finished"), folder.file("part.q7f")));
@@ -140,7 +140,7 @@ std::string failureOfReplacing(const std::string& finished, const std::string& t
     }
 }
 
-TEST(ReplaceFile, files_that_stay_held_are_told_from_those_that_may_not_be_written)
+TEST(FileReplacement, files_that_stay_held_are_told_from_those_that_may_not_be_written)
 {
     const ScratchFolder folder;
     writeBytes(folder.file("part.q7f"), "old");
@@ -155,7 +155,7 @@ TEST(ReplaceFile, files_that_stay_held_are_told_from_those_that_may_not_be_writt
     EXPECT_EQ(failureOfReplacing(folder.file("missing"), folder.file("part.q7f")), "No such file or directory");
 }
 
-TEST(ReplaceFile, target_that_stays_held_is_an_error_and_both_files_stay)
+TEST(FileReplacement, target_that_stays_held_is_an_error_and_both_files_stay)
 {
     const ScratchFolder folder;
     writeBytes(folder.file("part.q7f"), "old");
@@ -170,7 +170,7 @@ TEST(ReplaceFile, target_that_stays_held_is_an_error_and_both_files_stay)
 
 #ifdef _WIN32
 
-TEST(ReplaceFile, target_of_the_longest_path_can_be_written)
+TEST(FileReplacement, target_of_the_longest_path_can_be_written)
 {
     const ScratchFolder scratch;
     for (const std::size_t length : {250, 259})
@@ -193,7 +193,7 @@ TEST(ReplaceFile, target_of_the_longest_path_can_be_written)
 
 #else
 
-TEST(ReplaceFile, target_of_the_longest_name_can_be_written)
+TEST(FileReplacement, target_of_the_longest_name_can_be_written)
 {
     const ScratchFolder folder;
     for (const std::size_t length : {238, 250, 255})

@@ -5,6 +5,8 @@ usage: held_files.py TAV3D HOLD_FILE [unittest arguments]
 
 import contextlib
 import os
+import pathlib
+import re
 import shutil
 import subprocess
 import sys
@@ -46,20 +48,38 @@ class HeldFiles(Scene):
             let_go()
             holder.stdout.close()
 
+    def wait_until_it_waits(self, process):
+        """Returns while the process is in a wait of the program's: all its threads have slept for a quarter of a second, and it has used no processor time."""
+        asleep = 0
+        used = None
+        while asleep < 25:
+            self.assertIsNone(process.poll(), "it has not waited")
+            time.sleep(0.01)
+            try:
+                now = [file.read_text().rpartition(")")[2].split() for file in pathlib.Path(f"/proc/{process.pid}/task").glob("*/stat")]
+            except OSError:  # a thread that has ended
+                continue
+            state, before, used = {fields[0] for fields in now}, used, [fields[11:13] for fields in now]
+            asleep = asleep + 1 if state == {"S"} and used == before else 0
+
     def test_held_result_is_left_alone(self):
         file = self.copy(".q7f")
         with self.held(file):
             outcome = run("map", self.mesh, file)
         self.assertEqual((outcome.returncode, outcome.stdout), (1, ""))
-        self.assertIn(f"tav3d: error: {file}: is in use by another program", outcome.stderr)
+        self.assertEqual(outcome.stderr, f"tav3d: error: {file}: is in use by another program, which has locked it\n")
         self.assertEqual((names(self.folder), digest(file)), ([file.name], digest(self.voxel)))
 
     def test_old_voxel_file_that_is_let_go_after_a_while_gives_way(self):
         file = self.copy(".q7f")
         vox(file).write_bytes(b"old")
+        abandoned = self.folder / f"part.q7f.tmp-{2**31 - 1}-0"  # of a process that has ended; it goes away when the program has started and found all in order
+        abandoned.touch()
         with self.held(vox(file)) as let_go:
             mapping = subprocess.Popen([scene.TAV3D, "map", self.mesh, file], stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True)
-            time.sleep(0.7)  # the removal is tried for a second from when it is first tried
+            while abandoned.exists() and mapping.poll() is None:
+                time.sleep(0.01)
+            self.wait_until_it_waits(mapping)  # the removal is tried three times within a second
             let_go()
             _, errors = mapping.communicate(timeout=300)
         self.assertEqual(mapping.returncode, 0, errors)
@@ -71,7 +91,8 @@ class HeldFiles(Scene):
         with self.held(vox(file)):
             outcome = run("map", self.mesh, file)
         self.assertEqual((outcome.returncode, outcome.stdout), (1, ""))
-        self.assertIn("Error renaming Vox file: Permission denied.\n", outcome.stderr)
+        self.assertEqual(outcome.stderr,
+                         f"Error renaming Vox file: Permission denied.\ntav3d: error: {file}: a file could not be opened or moved aside\n")
         self.assertEqual((names(self.folder), digest(file)), ([file.name, vox(file).name], digest(self.voxel)))
         self.assertEqual(vox(file).read_bytes(), b"old")
 
@@ -81,7 +102,8 @@ class HeldFiles(Scene):
         with self.held(target):
             outcome = run("map", self.mesh, self.voxel, "-o", target)
         self.assertEqual((outcome.returncode, outcome.stdout), (1, ""))
-        self.assertIn(str(target), outcome.stderr)
+        name = re.escape(str(target))  # then the system's words, and the program's
+        self.assertRegex(outcome.stderr, f"^{name}: [^\n]+\ntav3d: error: {name}: the mapped result could not be written\n$")
         self.assertEqual((names(self.folder), target.read_bytes()), ([target.name], b"old"))
 
     def test_folders_of_backslashes_and_a_drive_letter(self):
