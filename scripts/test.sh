@@ -36,7 +36,7 @@ test_windows()
   rm -rf build/windows/test-reports
   run_preset windows
   scripts/check_msvc_syntax.sh
-  python3 tests/count_reports.py build/windows/test-reports
+  python3 tests/count_reports.py build/windows build/release
 }
 
 for system in $systems; do

@@ -1,5 +1,13 @@
 # Tests of a cross-build: the programs run through CMAKE_CROSSCOMPILING_EMULATOR.
 
+# tav3d_left_out(<reason> <test>...): tests that a native build has and this one has not. count_reports.py names them, and misses any others.
+file(WRITE ${PROJECT_BINARY_DIR}/left-out-tests.txt "")
+function(tav3d_left_out reason)
+  foreach(name IN LISTS ARGN)
+    file(APPEND ${PROJECT_BINARY_DIR}/left-out-tests.txt "${name}\t${reason}\n")
+  endforeach()
+endfunction()
+
 # What scripts start in place of the programs of targets: in the list of that name, each $<TARGET_FILE:program> becomes a small script that runs that program.
 function(tav3d_use_program_starters list_name)
   set(result "")

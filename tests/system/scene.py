@@ -86,4 +86,11 @@ class Scene(unittest.TestCase):
 
 
 def main():
-    unittest.main(module="__main__", argv=[sys.argv[0]] + sys.argv[1:], verbosity=2)
+    """Runs the tests of the script. Where reports are collected, those that were skipped are told there, one a line: name, tab, reason."""
+    result = unittest.main(module="__main__", argv=[sys.argv[0]] + sys.argv[1:], verbosity=2, exit=False).result
+    if reports := os.environ.get("TAV3D_TEST_REPORTS"):
+        script = pathlib.Path(sys.argv[0]).stem
+        pathlib.Path(reports).mkdir(parents=True, exist_ok=True)
+        lines = [f"{test.id().replace('__main__', script)}\t{reason}\n" for test, reason in result.skipped]
+        (pathlib.Path(reports) / f"{script}.skipped").write_text("".join(lines))
+    sys.exit(not result.wasSuccessful())
