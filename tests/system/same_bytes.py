@@ -3,7 +3,8 @@ all kinds in all modes, Tecplot files, reports, exports, answers on the console,
 
 usage: same_bytes.py FOLDER OTHER_FOLDER [unittest arguments]
 
-Each folder holds the programs tav3d and same_bytes_probe. Where the other folder has none the test counts as skipped (status 77). Line ends are set aside
+Each folder holds the programs tav3d and same_bytes_probe. Where the other folder has none the test counts as skipped (status 77), or fails if TAV3D_TEST_OTHER_BUILD
+is "required". Line ends are set aside
 where a file is written "in text mode" (the library's own Tecplot files) and on the console; and so are the numbers that tell how long something took.
 """
 
@@ -216,6 +217,7 @@ class SameBytes(unittest.TestCase):
 if __name__ == "__main__":
     missing = [str(FOLDERS[1] / program) for program in PROGRAMS if not (FOLDERS[1] / program).exists()]
     if missing:
-        print(f"skipped: the other build is not there ({', '.join(missing)})")
-        sys.exit(SKIPPED)
+        is_required = os.environ.get("TAV3D_TEST_OTHER_BUILD") == "required"
+        print(f"{'failed' if is_required else 'skipped'}: the other build is not there ({', '.join(missing)})")
+        sys.exit(1 if is_required else SKIPPED)
     main()
