@@ -4,8 +4,8 @@ all kinds in all modes, Tecplot files, reports, exports, answers on the console,
 usage: same_bytes.py FOLDER OTHER_FOLDER [unittest arguments]
 
 Each folder holds the programs tav3d and same_bytes_probe. Where the other folder has none the test counts as skipped (status 77), or fails if TAV3D_TEST_OTHER_BUILD
-is "required". Line ends are set aside
-where a file is written "in text mode" (the library's own Tecplot files) and on the console; and so are the numbers that tell how long something took.
+is "required". Where programs for Windows write "in text mode" (the library's own Tecplot files, the console) each line must end with carriage return and line
+feed, which compare equal to the line feed of the other side. Numbers that tell how long something took are set aside.
 """
 
 import concurrent.futures
@@ -20,7 +20,7 @@ import unittest
 
 FOLDERS = [pathlib.Path(os.path.abspath(sys.argv.pop(1))) for _ in range(2)]
 
-from scene import DATA, KINDS, main, names, vox  # after the folders have been taken: it takes a program from what is left
+from scene import DATA, KINDS, UNDER_WINE, main, names, vox  # after the folders have been taken: it takes a program from what is left
 
 MODES, INSERT_MODES, SMOOTH = (0, 1, 2), (0, 1), (False, True)
 FORMATS = (".vtu", ".cgns", ".plt")
@@ -29,6 +29,8 @@ SKIPPED = 77
 
 DURATION = re.compile(rb'(built and written in |"seconds": )[-+.\de]+')
 STAGES = re.compile(rb'<table class="times">.*?</table>', re.DOTALL)  # of the report: seconds, and bars as long
+LINE_END = re.compile(rb"\r?\n")
+OTHER_LETTERS = "Läufe ñ 部品 (α)"
 POINTS = "x,y,z,name\n" + "".join(f"{3.1 * i},{2.3 * i + 0.25},{0.7 * i},p{i}\n" for i in range(-2, 20))
 
 
@@ -63,6 +65,7 @@ class Side:
         self.make_models()
         self.map()
         self.read()
+        self.use_other_letters()
         self.fail()
         self.run("part.krn", program="same_bytes_probe", cwd="model")
         self.run("zero-row", program="same_bytes_probe", cwd="model", expect=1)
@@ -105,14 +108,24 @@ class Side:
             for zone in ("voxel", "cut-cell"):
                 self.run("export", "model/part.krn", "--zone", zone, "-o", f"export/{zone}{form}")
         for kind in KINDS:
-            same = mapped == plain
-            self.run("compare", f"{plain}/part{kind}", f"{mapped}/part{kind}", expect=0 if kind == ".rsc" or same else 1)
+            self.run("compare", f"{plain}/part{kind}", f"{mapped}/part{kind}", expect=0 if kind == ".rsc" else 1)
         self.run("compare", f"{plain}/part.q7f", f"{mapped}/part.q7f", "--json", expect=1)
         self.run("compare", "model/part.krn", "model/scaled.krn", expect=1)
         for method in ("shape", "quadrature"):
             for result, more in ((f"{voxel}/part.q7f", ["--items", "1"]), (f"{mapped}/part.q7c", ["--items", "1", "--part-only", "--extrapolate"])):
                 self.run("interpolate", result, "--points", "model/points.csv", "--method", method, *more)
         self.run("interpolate", f"{mapped}/part.q7hc", "--points", "model/points.csv", "-o", "export/values.csv")
+
+    def use_other_letters(self):
+        """Names of folders and files that are not ASCII, in arguments, answers, files and messages."""
+        folder = self.folder / OTHER_LETTERS
+        (folder / "größe").mkdir(parents=True)
+        shutil.copyfile(self.folder / "model" / "part.krn", folder / "Gehäuse.krn")
+        self.run("sample", "Gehäuse.krn", "-o", "größe", "--kinds", ".q7f", "--json", cwd=OTHER_LETTERS)
+        self.run("map", f"{OTHER_LETTERS}/Gehäuse.krn", f"{OTHER_LETTERS}/größe/Gehäuse.q7f", "--tecplot", "--report", f"{OTHER_LETTERS}/report.html", "--json")
+        self.run("info", f"{OTHER_LETTERS}/größe/Gehäuse.q7f", f"{OTHER_LETTERS}/größe/Gehäuse_vox.q7f", "--json")
+        self.run("export", "größe/Gehäuse.q7f", "-o", "größe/Füllung.vtu", cwd=OTHER_LETTERS)
+        self.run("info", f"{OTHER_LETTERS}/größe/fehlt.q7f", expect=1)
 
     def fail(self):
         """What goes wrong is told in the same words."""
@@ -131,15 +144,16 @@ class Side:
         self.run("map", "model/part.krn", "--mode", 3, expect=2)
 
 
-def contents(path):
-    """The bytes to compare."""
+def contents(path, windows=False):
+    """The bytes to compare, of a file that a program for Windows has written or another."""
     data = path.read_bytes()
-    if path.suffix in (".out", ".err"):
-        data = DURATION.sub(rb"\1...", data.replace(b"\r\n", b"\n"))
+    is_on_console = path.suffix in (".out", ".err")
+    if windows and (is_on_console or (path.suffix == ".plt" and path.parent.name != "export")):
+        data = LINE_END.sub(lambda end: b"\n" if end[0] == b"\r\n" else b"<line feed alone>\n", data)
+    if is_on_console:
+        data = DURATION.sub(rb"\1...", data)
     elif path.name == "report.html":
         data = STAGES.sub(b"", data)
-    elif path.suffix == ".plt" and path.parent.name != "export":
-        data = data.replace(b"\r\n", b"\n")
     return data
 
 
@@ -147,15 +161,15 @@ def tree(folder):
     return {str(path.relative_to(folder)): path for path in sorted(folder.rglob("*")) if path.is_file()}
 
 
-def differences(one, other):
-    """Compares all files of two folders: the lines that tell what differs, and how many files and bytes were compared."""
+def differences(one, other, windows=UNDER_WINE):
+    """Compares all files of two folders, the first of which may be that of Windows: the lines that tell what differs, and how many files and bytes were compared."""
     lines, files, size = [], 0, 0
     ones, others = tree(one), tree(other)
     for name in sorted(ones.keys() | others.keys()):
         if name not in ones or name not in others:
             lines.append(f"{name}: only in {one if name in ones else other}")
             continue
-        a, b = contents(ones[name]), contents(others[name])
+        a, b = contents(ones[name], windows), contents(others[name])
         files, size = files + 1, size + len(a)
         if a != b:
             offset = next((i for i, (x, y) in enumerate(zip(a, b)) if x != y), min(len(a), len(b)))
@@ -195,6 +209,8 @@ class SameBytes(unittest.TestCase):
         self.assertEqual(len(names(folder / "export")), len(FORMATS) * (2 * len(KINDS) + 2) + 1)
         self.assertTrue((folder / "model" / "30.plt").exists())
         self.assertGreaterEqual(len(list((folder / "model").glob("probe-*.bin"))), 8)
+        self.assertEqual(names(folder / OTHER_LETTERS / "größe"), ["Füllung.vtu", "Gehäuse.q7f", "Gehäuse_vox.q7f"])
+        self.assertTrue(any("größe/fehlt.q7f".encode() in path.read_bytes() for path in (folder / "console").glob("*.err")), "names as they were given")
 
     def test_a_planted_difference_is_found(self):
         one, other = (pathlib.Path(self.scratch.name) / name for name in ("planted-one", "planted-other"))
@@ -205,13 +221,23 @@ class SameBytes(unittest.TestCase):
         data[1234] ^= 1
         (other / "part.q7p").write_bytes(data)
         (other / "part.rsf").unlink()
-        (one / "step.out").write_bytes(b"built and written in 1.5 s\r\n")
+        (one / "step.out").write_bytes(b"built and written in 1.5 s\n")
         (other / "step.out").write_bytes(b"built and written in 12 s\n")
-        lines, files, _ = differences(one, other)
+        lines, files, _ = differences(one, other, windows=False)
         self.assertEqual(files, len(KINDS))
         self.assertEqual(len(lines), 2)
         self.assertIn("part.q7p: differs from byte 1234 on", lines[0])
         self.assertIn("part.rsf: only in", lines[1])
+
+    def test_a_planted_line_end_is_found(self):
+        one, other = (pathlib.Path(self.scratch.name) / name for name in ("ends-one", "ends-other"))
+        for folder, text in ((one, b"a\r\nb\r\n"), (other, b"a\nb\n")):
+            folder.mkdir()
+            for name in ("step.out", "step.err", "30.plt"):
+                (folder / name).write_bytes(text)
+        self.assertEqual(differences(one, other, windows=True)[0], [])
+        self.assertEqual(len(differences(one, other, windows=False)[0]), 3, "a carriage return where none belongs")
+        self.assertEqual(len(differences(other, other, windows=True)[0]), 3, "a line feed alone on Windows")
 
 
 if __name__ == "__main__":
