@@ -39,7 +39,6 @@ TEST(OfferResult, a_file_that_was_only_just_written_is_opened_anew)
     EXPECT_NE(opened, file);
 }
 
-#ifndef _WIN32 // which keeps no time of change
 TEST(OfferResult, hands_over_the_file_of_that_name_once_while_it_lives)
 {
     const ScratchFolder folder;
@@ -104,6 +103,5 @@ TEST(OfferResult, a_file_that_has_changed_or_gone_is_not_handed_over)
     std::filesystem::remove(name);
     expectOneLine(errorOutput([&] { EXPECT_EQ(openResult(name.c_str()).code, -2); }), {name});
 }
-#endif
 
 } // namespace open_result_test

@@ -222,9 +222,6 @@ TEST(ResultOnMesh, part_nodes_are_counted_anew_on_the_other_mesh)
 
 TEST(ResultOnMesh, a_mesh_file_that_is_remembered_is_read_again_when_it_has_changed)
 {
-#ifdef _WIN32
-    GTEST_SKIP() << "Windows tells of no time of change, so no mesh file is remembered";
-#endif
     const auto partNodesOf = [](const tav3d::opensuite::MeshModel& model)
     {
         std::vector<std::int32_t> node = model.cutCell.plastic.node;
@@ -263,9 +260,6 @@ TEST(ResultOnMesh, a_mesh_file_that_is_remembered_is_read_again_when_it_has_chan
 
 TEST(FileState, is_told_of_a_file_that_has_stood_for_two_seconds_and_differs_after_any_change)
 {
-#ifdef _WIN32
-    GTEST_SKIP() << "Windows tells of no time of change, so no mesh file is remembered";
-#endif
     using tav3d::opensuite::settledStateOf;
     const ScratchFolder folder;
     const fs::path file = folder.path() / "a";
