@@ -7,8 +7,9 @@
 // more than what the search computes for a point inside, in doubles: a child may be looked at in vain, but none is missed.
 //   Planes lie outward by at least 1/50 of a step, and a place up to 2^16 steps away, rounded to float, is off by at most 1/256 of a step.
 //   Farther away, and for what else is rounded, all relative errors together stay below 2^-20; limits are made larger by 2^-18.
-//   What is too large for a float becomes infinite, on both sides of a comparison, and what is too small becomes 0; a comparison with what is not a
-//   number lets pass. A box whose edges are out of the range of squares has a lattice without extent, and every place is in all its boxes.
+//   A distance or square that is too large for a float becomes infinite, on both sides of a comparison, and what is too small becomes 0; a
+//   comparison with what is not a number lets pass. A box whose edges are too short or too long has a lattice without extent, and every place
+//   is in all its boxes.
 
 #include "interpolation/four_floats.h"
 
@@ -110,34 +111,30 @@ public:
     void measure(const std::array<double, 3>& from, Measures& m) const
     {
         const FourFloats zero = FourFloats::all(0.0f);
+        const FourFloats step =
+            FourFloats::all(step_); // before squaring: a square of steps may be too large for a float where the distance is not
         for (std::size_t k = 0; k < 3; ++k)
         {
-            const FourFloats at = FourFloats::all((from[k] - origin_[k]) * scale_ + firstPlane);
+            const FourFloats at = FourFloats::all(std::clamp((from[k] - origin_[k]) * scale_ + firstPlane, -farPlane, farPlane));
             FourFloats low[2], high[2];
             fromBytes(low_[k], low);
             fromBytes(high_[k], high);
             for (int h = 0; h < 2; ++h)
             {
-                const FourFloats gap = larger(larger(low[h] - at, at - high[h]), zero);
+                const FourFloats gap = larger(larger(low[h] - at, at - high[h]), zero) * step;
                 m.square[h] = k == 0 ? gap * gap : m.square[h] + gap * gap;
                 if constexpr (withReach)
                     m.reach[h] = k == 0 ? gap : larger(m.reach[h], gap);
             }
-        }
-        const FourFloats step = FourFloats::all(step_);
-        for (int h = 0; h < 2; ++h)
-        {
-            m.square[h] = m.square[h] * (step * step);
-            if constexpr (withReach)
-                m.reach[h] = m.reach[h] * step;
         }
     }
 
 private:
     static constexpr double steps = 250.0;
     static constexpr double outward = 1.0 / 50;
-    static constexpr double firstPlane = 1.0;    // planes begin at -1
-    static constexpr double leastExtent = 1e-15; // whose steps have a square
+    static constexpr double firstPlane = 1.0; // planes begin at -1
+    static constexpr double farPlane = 1e30;  // what lies beyond is taken for nearer, so that the number of steps is a float
+    static constexpr double leastExtent = 1e-30;
     static constexpr double largestExtent = 1e20;
 
     double origin_[3];

@@ -45,7 +45,7 @@ TAV3D_ALWAYS_INLINE bool fastTetra(double x, double y, double z, const double* X
     // Flat, or seen from so far that the volumes cancel; false for NaN. At a node the other volumes are 0 and the quotient is 1.
     if (!allBelow((square * square) * square, (total * total) * Lanes::all(flatness))) [[unlikely]]
         return false;
-    (volume / total).to(N);
+    (volume / total + Lanes::all(0.0)).to(N); // a weight of 0 has no sign
     return true;
 }
 

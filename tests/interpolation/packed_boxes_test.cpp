@@ -92,7 +92,7 @@ TEST(PackedBoxes, a_box_is_inside_of_all_limits_that_one_of_its_points_meets)
                 {
                     At from = t == 0 ? boxes.all[0] : places.next();
                     for (std::size_t k = 0; k < 3 && t > 0; ++k)
-                        from[k] = scale * from[k] * (t % 4 == 3 ? std::pow(10.0, t) : 1.0) + shift[k];
+                        from[k] = scale * from[k] * (t % 4 == 3 ? std::pow(10.0, 6 * t) : 1.0) + shift[k];
                     if (!isFinite(from))
                         continue;
                     PackedBoxes::Measures m;
