@@ -82,6 +82,9 @@ TEST(OfferResult, reader_of_the_suite_reads_on_in_the_file_and_closes_it)
 
 TEST(OfferResult, a_file_that_has_changed_or_gone_is_not_handed_over)
 {
+#ifdef _WIN32
+    GTEST_SKIP() << "a result that is open can neither be replaced nor removed on Windows";
+#endif
     const ScratchFolder folder;
     const std::string name = folder.file("a.q7f");
     ASSERT_EQ(writeSampleResult(name), 0);

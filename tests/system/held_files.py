@@ -8,6 +8,7 @@ import os
 import pathlib
 import re
 import shutil
+import socket
 import subprocess
 import sys
 import time
@@ -73,11 +74,15 @@ class HeldFiles(Scene):
     def test_old_voxel_file_that_is_let_go_after_a_while_gives_way(self):
         file = self.copy(".q7f")
         vox(file).write_bytes(b"old")
-        abandoned = self.folder / f"part.q7f.tmp-{2**31 - 1}-0"  # of a process that has ended; it goes away when the program has started and found all in order
-        abandoned.touch()
+        # A file of a process of this computer that has ended; it goes away when the program has started and found all in order. Windows has a shorter
+        # name for the computer.
+        whole = socket.gethostname()
+        abandoned = [self.folder / f"part.q7f.tmp-{re.sub('[^A-Za-z0-9]', '_', name)}-{2**31 - 1}-0" for name in {whole, whole.split(".")[0][:15].upper()}]
+        for file_of_ended in abandoned:
+            file_of_ended.touch()
         with self.held(vox(file)) as let_go:
             mapping = subprocess.Popen([scene.TAV3D, "map", self.mesh, file], stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True)
-            while abandoned.exists() and mapping.poll() is None:
+            while all(name.exists() for name in abandoned) and mapping.poll() is None:
                 time.sleep(0.01)
             self.wait_until_it_waits(mapping)  # the removal is tried three times within a second
             let_go()
