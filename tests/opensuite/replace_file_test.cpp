@@ -191,10 +191,13 @@ TEST(FileReplacement, target_of_the_longest_path_can_be_written)
         }
 }
 
-#else
+#endif
 
 TEST(FileReplacement, target_of_the_longest_name_can_be_written)
 {
+#ifdef _WIN32
+    GTEST_SKIP() << "Windows limits paths, not names; the test before this one covers them";
+#else
     const ScratchFolder folder;
     for (const std::size_t length : {238, 250, 255})
     {
@@ -215,9 +218,8 @@ TEST(FileReplacement, target_of_the_longest_name_can_be_written)
                    "left over");
         EXPECT_EQ(removeAbandonedTemporaries(folder.file(name)), 1);
     }
-}
-
 #endif
+}
 
 TEST(AbandonedTemporaries, those_of_ended_processes_go_and_all_others_stay)
 {

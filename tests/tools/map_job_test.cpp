@@ -70,14 +70,15 @@ TEST_F(MapTasks, tell_files_by_what_the_system_takes_for_the_same_name)
     EXPECT_NE(complaint({file("a/part.q7f"), file("b/PART.q7f")}, file("out")).find("is the target of two files"), std::string::npos);
 }
 
-#else
+#endif
 
 TEST_F(MapTasks, tell_files_by_upper_and_lower_case)
 {
+#ifdef _WIN32
+    GTEST_SKIP() << "names in upper and in lower case are the same file on Windows";
+#endif
     EXPECT_EQ(complaint({file("a/part.q7f"), file("b/PART.q7f")}, file("out")), "");
     EXPECT_EQ(complaint({file("part.q7f")}, file("PART.q7f")), "");
 }
-
-#endif
 
 } // namespace map_job_test
