@@ -4,7 +4,8 @@ import pathlib
 import re
 import sys
 
-FOLDERS = ["common", "interpolation", "meshmapping", "resultmapping", "opensuite", "tools", "platform", "include"]
+import product_lines
+
 WORDS = re.compile(r"\b(?:__builtin_\w+|__attribute__|__asm__|__asm|__declspec|__forceinline|_MSC_VER|__GNUC__|__clang__|__cpuid\w*)\b|#\s*pragma\s+(?!once\b)")
 ALLOWED = {
     "common/compiler.h": WORDS,
@@ -17,19 +18,10 @@ ALLOWED = {
 
 
 def main(root: pathlib.Path) -> int:
-    errors, files = [], 0
-    for folder in FOLDERS:
-        for source in sorted((root / folder).rglob("*")):
-            if source.suffix not in {".h", ".cpp"}:
-                continue
-            files += 1
-            name = source.relative_to(root).as_posix()
-            for number, line in enumerate(source.read_text(encoding="utf-8").splitlines(), 1):
-                for word in WORDS.findall(line.split("// ")[0]):
-                    if name not in ALLOWED or not ALLOWED[name].fullmatch(word):
-                        errors.append(f"{name}:{number}: {line.strip()}")
-    print("\n".join(errors) or f"{files} files leave what differs between compilers to common/compiler.h")
-    return 1 if errors or files == 0 else 0
+    def is_wrong(name: str, code: str) -> bool:
+        return any(name not in ALLOWED or not ALLOWED[name].fullmatch(word) for word in WORDS.findall(code))
+
+    return product_lines.check(root, is_wrong, "leave what differs between compilers to common/compiler.h")
 
 
 if __name__ == "__main__":

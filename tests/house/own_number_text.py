@@ -6,24 +6,14 @@ import pathlib
 import re
 import sys
 
-FOLDERS = ["common", "interpolation", "meshmapping", "resultmapping", "opensuite", "tools", "platform", "include"]
+import product_lines
+
 FORMAT = re.compile(r'"[^"]*%[-+ #0]*[\d*]*(?:\.[\d*]+)?(?:l|L)?[aAeEfFgG][^"]*"')
 ELSEWHERE = re.compile(r"\bstd::(?:setprecision|fixed|scientific|hexfloat|format)\b")
 
 
 def main(root: pathlib.Path) -> int:
-    errors, files = [], 0
-    for folder in FOLDERS:
-        for source in sorted((root / folder).rglob("*")):
-            if source.suffix not in {".h", ".cpp"}:
-                continue
-            files += 1
-            for number, line in enumerate(source.read_text(encoding="utf-8").splitlines(), 1):
-                code = line.split("// ")[0]
-                if FORMAT.search(code) or ELSEWHERE.search(code):
-                    errors.append(f"{source.relative_to(root)}:{number}: {line.strip()}")
-    print("\n".join(errors) or f"{files} files format no floating-point number themselves")
-    return 1 if errors or files == 0 else 0
+    return product_lines.check(root, lambda _, code: bool(FORMAT.search(code) or ELSEWHERE.search(code)), "format no floating-point number themselves")
 
 
 if __name__ == "__main__":
